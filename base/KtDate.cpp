@@ -1,0 +1,146 @@
+// Dates in the RFC 1123 form, and the current time.
+#include "KtDate.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+#include <string>
+#include <strings.h>
+#include <time.h>
+
+#include "KtException.h"
+
+namespace {
+
+const char* const sWeekdays[7] = {"Sun", "Mon", "Tue", "Wed", "Thu", "Fri", "Sat"};
+const char* const sMonths[12] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
+                                 "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
+
+bool isSpace(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }
+bool isDigit(char c) { return c >= '0' && c <= '9'; }
+bool isAlpha(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
+
+const char* skipSpace(const char* p) {
+    while (isSpace(*p)) ++p;
+    return p;
+}
+
+// Reads exactly `count` digits; returns nullptr when they are not there.
+const char* readDigits(const char* p, int count, int& value) {
+    value = 0;
+    for (int i = 0; i < count; ++i, ++p) {
+        if (!isDigit(*p)) return nullptr;
+        value = value * 10 + (*p - '0');
+    }
+    return p;
+}
+
+// Reads a three-letter name out of `table` (ASCII case ignored) followed by a
+// non-letter; returns its index or -1.
+int readName(const char*& p, const char* const* table, int count) {
+    if (!isAlpha(p[0]) || !isAlpha(p[1]) || !isAlpha(p[2]) || isAlpha(p[3])) return -1;
+    for (int i = 0; i < count; ++i) {
+        if (strncasecmp(p, table[i], 3) == 0) {
+            p += 3;
+            return i;
+        }
+    }
+    return -1;
+}
+
+bool isLeap(int year) { return (year % 4 == 0 && year % 100 != 0) || year % 400 == 0; }
+
+int daysIn(int month, int year) {
+    static const int days[12] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
+    return month == 1 && isLeap(year) ? 29 : days[month];
+}
+
+[[noreturn]] void invalid(const char* text) {
+    std::string message("Invalid date: ");
+    message.append(text ? text : "", 0, text ? std::min<std::size_t>(std::strlen(text), 128) : 0);
+    KtException::sThrow(message.c_str());
+}
+
+}  // namespace
+
+KtDate::KtDate() noexcept : m_Time(0) {}
+
+void KtDate::init() noexcept { m_Time = 0; }
+
+// Grammar (white space is spaces, tabs, CR and LF):
+//   [ws] [weekday [ws] "," [ws]] day ws month ws year ws hh ":" mm ":" ss ws zone [ws]
+// day is one or two digits and must exist in the month (leap years counted),
+// year four digits, hh/mm/ss two digits each (hh 00-23, mm 00-59, ss 00-60; a
+// leap second 60 rolls over into the next minute), month and weekday the
+// English three-letter names and zone "GMT" or "UTC", names in any case. The
+// weekday is not checked against the date: it carries no information and
+// senders get it wrong. Text of no other shape is refused.
+void KtDate::constructKtDate(const char* text) {
+    if (text == nullptr) invalid(text);
+    const char* p = skipSpace(text);
+    if (isAlpha(*p)) {
+        if (readName(p, sWeekdays, 7) < 0) invalid(text);
+        p = skipSpace(p);
+        if (*p != ',') invalid(text);
+        p = skipSpace(p + 1);
+    }
+    int day = 0;
+    if (!isDigit(*p)) invalid(text);
+    day = *p++ - '0';
+    if (isDigit(*p)) day = day * 10 + (*p++ - '0');
+    if (!isSpace(*p)) invalid(text);
+    p = skipSpace(p);
+    const int month = readName(p, sMonths, 12);
+    if (month < 0 || !isSpace(*p)) invalid(text);
+    p = skipSpace(p);
+    int year = 0, hour = 0, minute = 0, second = 0;
+    if ((p = readDigits(p, 4, year)) == nullptr || !isSpace(*p)) invalid(text);
+    p = skipSpace(p);
+    if ((p = readDigits(p, 2, hour)) == nullptr || *p++ != ':') invalid(text);
+    if ((p = readDigits(p, 2, minute)) == nullptr || *p++ != ':') invalid(text);
+    if ((p = readDigits(p, 2, second)) == nullptr || !isSpace(*p)) invalid(text);
+    p = skipSpace(p);
+    if (strncasecmp(p, "GMT", 3) != 0 && strncasecmp(p, "UTC", 3) != 0) invalid(text);
+    p = skipSpace(p + 3);
+    if (*p != '\0') invalid(text);
+    if (day < 1 || day > daysIn(month, year) || hour > 23 || minute > 59 || second > 60) invalid(text);
+
+    struct tm parts;
+    std::memset(&parts, 0, sizeof parts);
+    parts.tm_year = year - 1900;
+    parts.tm_mon = month;
+    parts.tm_mday = day;
+    parts.tm_hour = hour;
+    parts.tm_min = minute;
+    parts.tm_sec = second;
+    m_Time = timegm(&parts);
+}
+
+// Writes "Www, DD Mmm YYYY hh:mm:ss GMT" (29 characters). Times whose year does
+// not have four digits are cut to fit the 30-byte buffer; a time gmtime cannot
+// represent is written as the epoch.
+void KtDate::getKtDate(char* buffer) const {
+    struct tm parts;
+    std::time_t t = m_Time;
+    if (gmtime_r(&t, &parts) == nullptr) {
+        t = 0;
+        gmtime_r(&t, &parts);
+    }
+    char text[128];
+    int length = std::snprintf(text, sizeof text, "%s, %02d %s %04d %02d:%02d:%02d GMT", sWeekdays[parts.tm_wday % 7],
+                               parts.tm_mday, sMonths[parts.tm_mon % 12], parts.tm_year + 1900, parts.tm_hour,
+                               parts.tm_min, parts.tm_sec);
+    if (length < 0) length = 0;
+    if (length > static_cast<int>(TEXT_LENGTH)) length = TEXT_LENGTH;
+    std::memcpy(buffer, text, static_cast<std::size_t>(length));
+    buffer[length] = '\0';
+}
+
+KtTime::Value KtTime::sGetCurrentTime() noexcept {
+    struct timespec now;
+    clock_gettime(CLOCK_REALTIME, &now);
+    Value value;
+    value.seconds = static_cast<unsigned int>(now.tv_sec);
+    value.microseconds = static_cast<unsigned int>(now.tv_nsec / 1000);
+    return value;
+}

@@ -1,0 +1,65 @@
+// Mutexes with explicit POSIX attributes.
+#include "KtMutex.h"
+
+#include <cerrno>
+#include <mutex>
+#include <sched.h>
+
+#include "KtException.h"
+#include "TorvaneAceCleanup.h"
+
+namespace {
+
+// The attribute object is built once: every mutex of the process uses the same attributes,
+// and building them per mutex would cost five system-library calls on every creation.
+struct MutexAttributes {
+    pthread_mutexattr_t attr;
+
+    MutexAttributes() {
+        int rc = pthread_mutexattr_init(&attr);
+        if (rc != 0) KtSystemError::sThrow("pthread_mutexattr_init", rc);
+        rc = pthread_mutexattr_setpshared(&attr, 0);
+        if (rc != 0) fail("pthread_mutexattr_setpshared", rc);
+        rc = pthread_mutexattr_setprotocol(&attr, 0);
+        if (rc != 0) fail("pthread_mutexattr_setprotocol", rc);
+        rc = pthread_mutexattr_setprioceiling(&attr, sched_get_priority_max(2));
+        if (rc != 0) fail("pthread_mutexattr_setprioceiling", rc);
+    }
+
+    [[noreturn]] void fail(const char* call, int rc) {
+        pthread_mutexattr_destroy(&attr);
+        KtSystemError::sThrow(call, rc);
+    }
+
+    // Runs at process exit (ACE's object manager); a failure cannot be thrown from there.
+    static void destroy(void* p) { pthread_mutexattr_destroy(&static_cast<MutexAttributes*>(p)->attr); }
+};
+
+MutexAttributes* gAttributes = nullptr;
+std::once_flag gAttributesOnce;
+
+const pthread_mutexattr_t& attributes() {
+    std::call_once(gAttributesOnce, [] {
+        gAttributes = new MutexAttributes();  // kept for the life of the process
+        Torvane::AceCleanupLogger("KtMutex").registerCleanup(&MutexAttributes::destroy, gAttributes);
+    });
+    return gAttributes->attr;
+}
+
+}  // namespace
+
+const pthread_mutexattr_t& KtMutex::sAttributes() { return attributes(); }
+
+KtMutex::KtMutex() {
+    int rc = pthread_mutex_init(&m_Mutex, &attributes());
+    if (rc != 0) KtSystemError::sThrow("pthread_mutex_init", rc);
+}
+
+KtMutex::~KtMutex() { pthread_mutex_destroy(&m_Mutex); }
+
+void KtMutex::lock() {
+    int rc = pthread_mutex_lock(&m_Mutex);
+    if (rc != 0) KtSystemError::sThrow("pthread_mutex_lock", rc);
+}
+
+void KtMutex::unlock() noexcept { pthread_mutex_unlock(&m_Mutex); }

@@ -1,0 +1,51 @@
+// Mutexes with explicit POSIX attributes.
+#ifndef KTSIP_KT_MUTEX_H
+#define KTSIP_KT_MUTEX_H
+
+#include <pthread.h>
+
+#include "TorvaneMemAllocator.h"
+
+/// A non-recursive mutex created with the attributes: not shared between processes,
+/// protocol 0 (no priority inheritance), priority ceiling sched_get_priority_max(2).
+/// The attribute object is built once per process; every failing call is reported with
+/// KtSystemError naming it ("pthread_mutexattr_init", "pthread_mutexattr_setpshared",
+/// "pthread_mutexattr_setprotocol", "pthread_mutexattr_setprioceiling",
+/// "pthread_mutex_init", "pthread_mutexattr_destroy"). Memory comes from the "KtMutex" pool.
+class KtMutex {
+public:
+    void* operator new(std::size_t size) { return Torvane::StaticMemAllocator::allocate(size, "KtMutex"); }
+    void operator delete(void* p, std::size_t size) noexcept {
+        Torvane::StaticMemAllocator::deallocate(p, static_cast<unsigned>(size), "KtMutex");
+    }
+
+    KtMutex();
+    ~KtMutex();
+    KtMutex(const KtMutex&) = delete;
+    KtMutex& operator=(const KtMutex&) = delete;
+
+    /// Takes the mutex; throws KtSystemError("pthread_mutex_lock") on failure.
+    void lock();
+    /// Releases the mutex.
+    void unlock() noexcept;
+
+    /// The attribute object every mutex is created with (for tests and diagnostics).
+    static const pthread_mutexattr_t& sAttributes();
+
+private:
+    pthread_mutex_t m_Mutex;
+};
+
+/// Holds a KtMutex for the lifetime of the guard.
+class KtMutexGuard {
+public:
+    explicit KtMutexGuard(KtMutex& mutex) : m_Mutex(mutex) { m_Mutex.lock(); }
+    ~KtMutexGuard() { m_Mutex.unlock(); }
+    KtMutexGuard(const KtMutexGuard&) = delete;
+    KtMutexGuard& operator=(const KtMutexGuard&) = delete;
+
+private:
+    KtMutex& m_Mutex;
+};
+
+#endif

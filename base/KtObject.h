@@ -1,0 +1,46 @@
+// The reference-counted root of every object the library hands out.
+#ifndef KTSIP_KT_OBJECT_H
+#define KTSIP_KT_OBJECT_H
+
+#include <atomic>
+
+class KtOutputStream;
+
+/// Reference-counted base object. Counts may change from any thread; an object
+/// is deleted when its last handle lets go of it.
+class KtObject {
+public:
+    KtObject() noexcept : m_RefCount(0) {}
+    /// Copies start with no references of their own.
+    KtObject(const KtObject&) noexcept : m_RefCount(0) {}
+    KtObject& operator=(const KtObject&) noexcept { return *this; }
+    virtual ~KtObject();
+
+    /// A new object equal to this one. The base version throws KtException:
+    /// classes that can be copied override it.
+    virtual KtObject* clone() const;
+    /// Orders two objects; the base compares identities (negative, 0, positive).
+    virtual int compareWith(const KtObject* other) const;
+    /// A hash of the object; the base hashes its identity.
+    virtual unsigned hashCode() const;
+    /// Writes a description for humans; `verbose` asks for more detail.
+    virtual void display(KtOutputStream& out, bool verbose) const;
+    /// Takes a reference.
+    virtual void AddRef() const final;
+    /// Drops a reference; when it was the last one the object is deleted if `destroy` is true.
+    virtual void Release(bool destroy = true) const final;
+
+    /// The current number of references (for tests and diagnostics).
+    int getRefCount() const noexcept { return m_RefCount.load(std::memory_order_relaxed); }
+
+    /// Inline forms used by handles on hot paths.
+    void addRefInline() const noexcept { m_RefCount.fetch_add(1, std::memory_order_relaxed); }
+    void releaseInline() const noexcept {
+        if (m_RefCount.fetch_sub(1, std::memory_order_acq_rel) == 1) delete this;
+    }
+
+private:
+    mutable std::atomic<int> m_RefCount;
+};
+
+#endif

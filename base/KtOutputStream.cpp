@@ -1,0 +1,74 @@
+// Output streams.
+#include "KtOutputStream.h"
+
+#include <cstdio>
+
+namespace {
+Torvane::MemPool& streamPool() {
+    static Torvane::MemPool& pool = Torvane::MemPool::sGet("KtStream");
+    return pool;
+}
+
+// Writes the decimal digits of `v` (with a sign when `negative`) into the end of `buf`.
+inline char* formatUnsigned(char* end, unsigned long long v) {
+    char* p = end;
+    do {
+        *--p = static_cast<char>('0' + v % 10);
+        v /= 10;
+    } while (v);
+    return p;
+}
+}  // namespace
+
+KtOutputStream::~KtOutputStream() {}
+
+void KtOutputStream::flush() {}
+
+KtOutputStream& KtOutputStream::operator<<(unsigned long long value) {
+    char buf[24];
+    char* p = formatUnsigned(buf + sizeof(buf), value);
+    write(p, static_cast<unsigned>(buf + sizeof(buf) - p));
+    return *this;
+}
+
+KtOutputStream& KtOutputStream::operator<<(long long value) {
+    char buf[24];
+    unsigned long long magnitude =
+        value < 0 ? 0ull - static_cast<unsigned long long>(value) : static_cast<unsigned long long>(value);
+    char* p = formatUnsigned(buf + sizeof(buf), magnitude);
+    if (value < 0) *--p = '-';
+    write(p, static_cast<unsigned>(buf + sizeof(buf) - p));
+    return *this;
+}
+
+KtOutputStream& KtOutputStream::operator<<(int value) { return *this << static_cast<long long>(value); }
+KtOutputStream& KtOutputStream::operator<<(unsigned int value) {
+    return *this << static_cast<unsigned long long>(value);
+}
+KtOutputStream& KtOutputStream::operator<<(long value) { return *this << static_cast<long long>(value); }
+KtOutputStream& KtOutputStream::operator<<(unsigned long value) {
+    return *this << static_cast<unsigned long long>(value);
+}
+
+KtByteArrayOutputStream::KtByteArrayOutputStream(unsigned initialSize) {
+    if (initialSize < 16) initialSize = 16;
+    m_pBegin = static_cast<char*>(streamPool().allocateSized(initialSize));
+    m_pCur = m_pBegin;
+    m_pLimit = m_pBegin + initialSize;
+}
+
+KtByteArrayOutputStream::~KtByteArrayOutputStream() { streamPool().deallocateSized(m_pBegin, capacity()); }
+
+void KtByteArrayOutputStream::overflow(unsigned needed) {
+    unsigned used = size();
+    unsigned cap = capacity() * 2;
+    if (cap < used + needed) cap = used + needed;
+    char* data = static_cast<char*>(streamPool().allocateSized(cap));
+    std::memcpy(data, m_pBegin, used);
+    streamPool().deallocateSized(m_pBegin, capacity());
+    m_pBegin = data;
+    m_pCur = data + used;
+    m_pLimit = data + cap;
+}
+
+KtHandle<KtByteArray> KtByteArrayOutputStream::toByteArray() const { return KtByteArray::sCreate(size(), m_pBegin); }

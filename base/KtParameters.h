@@ -1,0 +1,77 @@
+// Ordered name/value parameter lists (;name=value).
+#ifndef KTSIP_KT_PARAMETERS_H
+#define KTSIP_KT_PARAMETERS_H
+
+#include <vector>
+
+#include "KtInputStream.h"
+#include "KtMutex.h"
+#include "KtOutputStream.h"
+#include "KtString.h"
+
+/// An ordered list of name or name=value pairs with a separator (";" unless set otherwise).
+/// Names match exactly. A value may be quoted; it is kept with its quotes. Every public
+/// operation holds the list's own mutex.
+class KtParameters : public KtObject {
+    TORVANE_POOLED_OBJECT("KtParameters")
+public:
+    /// An empty list with `separator`.
+    explicit KtParameters(char separator = ';');
+    KtParameters(const KtParameters& other);
+    ~KtParameters() override;
+    KtParameters& operator=(const KtParameters&) = delete;
+    KtParameters* clone() const override;
+
+    /// Reads pairs separated by the separator from `in`, appending them (a name already in
+    /// the list has its value replaced). White space around names, values and separators is
+    /// dropped. Reading stops, without consuming it, at CR, LF, the end of the input and,
+    /// outside quotes, at "," unless "," is the separator. Empty elements (";;") are skipped.
+    void parse(KtInputStream& in);
+    /// As above over a NUL-terminated text.
+    void parse(const char* text);
+    /// Writes the pairs joined by the separator (name, or name=value), nothing when empty.
+    /// The caller writes the separator that introduces the list.
+    void serialize(KtOutputStream& out) const;
+    /// The text serialize writes.
+    KtString getString() const;
+
+    /// The value of `name`; nil when the name is absent or has no value.
+    KtString getValue(const char* name) const;
+    /// True when the list holds `name` (with or without a value).
+    bool hasName(const char* name) const;
+    /// Replaces the value of `name`, or appends the pair. A null `value` gives a bare name.
+    void setValue(const char* name, const char* value);
+    /// Removes `name`; true when it was present.
+    bool removeValue(const char* name);
+    /// Removes every pair.
+    void clear();
+
+    /// Number of pairs.
+    unsigned size() const;
+    /// True when the list is empty.
+    bool empty() const { return size() == 0; }
+    /// Name and value of pair `i` (nil value for a bare name); `i` below size().
+    KtString getName(unsigned i) const;
+    KtString getValueAt(unsigned i) const;
+
+    /// The separator.
+    char getSeparator() const { return m_Separator; }
+    /// Changes the separator.
+    void setSeparator(char separator) { m_Separator = separator; }
+
+private:
+    struct Pair {
+        KtString name;
+        KtString value;
+    };
+    int findUnlocked(const char* name) const;
+    void setUnlocked(const char* name, unsigned nameLength, const char* value, unsigned valueLength, bool hasValue);
+    void parseUnlocked(KtInputStream& in);
+    void serializeUnlocked(KtOutputStream& out) const;
+
+    KtMutex* m_pMutex;
+    std::vector<Pair, Torvane::PoolAllocator<Pair>> m_Pairs;
+    char m_Separator;
+};
+
+#endif

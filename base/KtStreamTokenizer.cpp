@@ -1,0 +1,140 @@
+// Token, line, quote and number readers.
+#include "KtStreamTokenizer.h"
+
+#include "KtException.h"
+
+namespace {
+
+// Scans from the current position to the first byte of `delimiters`, copying up to `size - 1`
+// bytes into `buffer` and dropping the rest. Returns the stored length, or -1 when the input
+// is at its end before anything is read.
+int scanToken(KtInputStream& in, const KtDelimiterSet& delimiters, char* buffer, unsigned size) {
+    if (buffer == nullptr || size == 0) return -1;
+    buffer[0] = '\0';
+    if (in.peek() < 0) return -1;
+    unsigned stored = 0;
+    unsigned room = size - 1;
+    for (;;) {
+        const char* p = in.current();
+        const char* end = in.end();
+        const char* start = p;
+        while (p < end && !delimiters.contains(static_cast<unsigned char>(*p))) ++p;
+        unsigned n = static_cast<unsigned>(p - start);
+        unsigned copy = n < room - stored ? n : room - stored;
+        for (unsigned i = 0; i < copy; ++i) buffer[stored + i] = start[i];
+        stored += copy;
+        in.setCurrent(p);
+        if (p < end || !in.fill()) break;
+    }
+    buffer[stored] = '\0';
+    return static_cast<int>(stored);
+}
+
+inline bool isBlank(int c) { return c == ' ' || c == '\t'; }
+
+}  // namespace
+
+int KtStreamTokenizer::sGetToken(KtInputStream& in, const KtDelimiterSet& delimiters, char* buffer, unsigned size) {
+    return scanToken(in, delimiters, buffer, size);
+}
+
+int KtStreamTokenizer::sGetToken(KtInputStream& in, const char* delimiters, char* buffer, unsigned size) {
+    KtDelimiterSet set(delimiters);
+    return scanToken(in, set, buffer, size);
+}
+
+int KtStreamTokenizer::sPeekToken(KtInputStream& in, const KtDelimiterSet& delimiters, char* buffer, unsigned size) {
+    // The peek remembers the position itself so that the caller's mark survives. Every stream
+    // keeps the bytes of its current window addressable, and a token fits in one window for
+    // the in-memory streams this library reads.
+    const char* position = in.current();
+    int n = scanToken(in, delimiters, buffer, size);
+    in.setCurrent(position);
+    return n;
+}
+
+int KtStreamTokenizer::sPeekToken(KtInputStream& in, const char* delimiters, char* buffer, unsigned size) {
+    KtDelimiterSet set(delimiters);
+    return sPeekToken(in, set, buffer, size);
+}
+
+void KtStreamTokenizer::sDiscardWhite(KtInputStream& in) {
+    while (isBlank(in.peek())) in.advance(1);
+}
+
+void KtStreamTokenizer::sDiscardLine(KtInputStream& in) {
+    int c;
+    while ((c = in.read()) >= 0)
+        if (c == '\n') return;
+}
+
+int KtStreamTokenizer::sGetLine(KtInputStream& in, char* buffer, unsigned size) {
+    if (buffer == nullptr || size == 0) return -1;
+    buffer[0] = '\0';
+    sDiscardWhite(in);
+    if (in.peek() < 0) return -1;
+    unsigned stored = 0;
+    int c;
+    while ((c = in.read()) >= 0 && c != '\n') {
+        if (stored < size - 1) buffer[stored++] = static_cast<char>(c);
+    }
+    if (stored > 0 && buffer[stored - 1] == '\r') --stored;
+    buffer[stored] = '\0';
+    return static_cast<int>(stored);
+}
+
+KtString KtStreamTokenizer::sGetLine(KtInputStream& in) {
+    KtString line("");
+    KtStringBuffer* b = line.get();
+    sDiscardWhite(in);
+    int c;
+    while ((c = in.read()) >= 0 && c != '\n') b->append(static_cast<char>(c));
+    if (b->length() > 0 && b->c_str()[b->length() - 1] == '\r') b->releaseBuffer(b->length() - 1);
+    return line;
+}
+
+KtString KtStreamTokenizer::sGetQuote(KtInputStream& in) {
+    if (in.peek() != '"') KtException::sThrow("Quoted string expected");
+    in.advance(1);
+    KtString text("");
+    KtStringBuffer* b = text.get();
+    int c;
+    while ((c = in.read()) >= 0) {
+        if (c == '"') return text;
+        b->append(static_cast<char>(c));
+        if (c == '\\') {
+            int next = in.read();
+            if (next < 0) break;
+            b->append(static_cast<char>(next));
+        }
+    }
+    KtException::sThrow("Unterminated quoted string");
+}
+
+bool KtStreamTokenizer::sGetUnsigned(KtInputStream& in, unsigned& value) {
+    sDiscardWhite(in);
+    int c = in.peek();
+    if (c < '0' || c > '9') return false;
+    unsigned long long v = 0;
+    bool overflow = false;
+    while ((c = in.peek()) >= '0' && c <= '9') {
+        in.advance(1);
+        v = v * 10 + static_cast<unsigned>(c - '0');
+        if (v > 0xFFFFFFFFull) {
+            overflow = true;
+            v = 0xFFFFFFFFull + 1;  // keep consuming the digits without wrapping
+        }
+    }
+    if (overflow) return false;
+    value = static_cast<unsigned>(v);
+    return true;
+}
+
+unsigned KtStreamTokenizer::sGetUnsigned(KtInputStream& in) {
+    sDiscardWhite(in);
+    int c = in.peek();
+    if (c < '0' || c > '9') KtException::sThrow("Unsigned number expected");
+    unsigned value = 0;
+    if (!sGetUnsigned(in, value)) KtException::sThrow("Unsigned number out of range");
+    return value;
+}

@@ -1,0 +1,214 @@
+// Strings: the reference-counted byte string KtStringBuffer, its handle KtString
+// (copy on write), the light value KtConstString, and delimiter tables.
+#ifndef KTSIP_KT_STRING_H
+#define KTSIP_KT_STRING_H
+
+#include <cstring>
+#include <iosfwd>
+
+#include "KtHandle.h"
+#include "TorvaneMemAllocator.h"
+
+class KtInputStream;
+class KtOutputStream;
+class KtString;
+
+/// A set of delimiter bytes as a 256-bit table: membership is one lookup.
+class KtDelimiterSet {
+public:
+    /// The set of the bytes of `chars` (NUL-terminated). A null pointer gives the empty set.
+    explicit KtDelimiterSet(const char* chars) noexcept;
+    /// The set of the first `count` bytes of `chars` (may include NUL).
+    KtDelimiterSet(const char* chars, unsigned count) noexcept;
+    /// True when byte `c` is in the set.
+    bool contains(unsigned char c) const noexcept { return (m_Bits[c >> 6] >> (c & 63)) & 1u; }
+    /// Adds byte `c`.
+    void add(unsigned char c) noexcept { m_Bits[c >> 6] |= (1ull << (c & 63)); }
+
+private:
+    unsigned long long m_Bits[4];
+};
+
+/// A reference-counted, growable byte string. Always NUL-terminated; may hold NUL bytes.
+class KtStringBuffer : public KtObject {
+    TORVANE_POOLED_OBJECT("KtString")
+public:
+    /// A new buffer holding `text` (`length` 0 means up to its NUL; null gives an empty
+    /// string), with room for at least `capacity` bytes.
+    static KtStringBuffer* sCreate(const char* text, unsigned length = 0, unsigned capacity = 0);
+
+    KtStringBuffer() noexcept;
+    explicit KtStringBuffer(const char* text);
+    KtStringBuffer(const char* text, unsigned length);
+    KtStringBuffer(const KtStringBuffer& other);
+    ~KtStringBuffer() override;
+    KtStringBuffer& operator=(const KtStringBuffer&) = delete;
+
+    KtStringBuffer* clone() const override;
+    using KtObject::compareWith;
+    unsigned hashCode() const override;
+    void display(KtOutputStream& out, bool verbose) const override;
+
+    /// The text, NUL-terminated.
+    const char* c_str() const noexcept { return m_pData; }
+    /// Writable access to the bytes (length() of them plus the NUL).
+    char* data() noexcept { return m_pData; }
+    /// Number of bytes.
+    unsigned length() const noexcept { return m_Length; }
+    /// True when the string holds no byte.
+    bool empty() const noexcept { return m_Length == 0; }
+    /// Bytes that fit without growing.
+    unsigned capacity() const noexcept { return m_Capacity; }
+
+    /// Replaces the content with `text` (null gives the empty string).
+    void assign(const char* text);
+    /// Replaces the content with `length` bytes of `text`.
+    void assign(const char* text, unsigned length);
+    /// Appends `length` bytes of `text`.
+    void append(const char* text, unsigned length);
+    /// Appends a NUL-terminated text (null appends nothing).
+    void append(const char* text);
+    /// Appends the content of another buffer (null appends nothing).
+    void append(const KtStringBuffer* other);
+    /// Appends one byte.
+    void append(char c) {
+        if (m_Length + 1 > m_Capacity) grow(m_Length + 1);
+        m_pData[m_Length++] = c;
+        m_pData[m_Length] = '\0';
+    }
+    /// Removes every byte.
+    void clear() noexcept {
+        m_Length = 0;
+        m_pData[0] = '\0';
+    }
+    /// Makes room for `capacity` bytes.
+    void reserve(unsigned capacity) {
+        if (capacity > m_Capacity) grow(capacity);
+    }
+
+    /// Exact comparison with `text` (null counts as empty); 0 when equal.
+    int compareWith(const char* text) const noexcept;
+    /// Comparison ignoring ASCII case; 0 when equal.
+    int compareNoCase(const char* text) const noexcept;
+    /// Position of the first occurrence of `text` at or after `from`, or -1.
+    int indexOf(const char* text, int from = 0) const noexcept;
+    /// A new string of at most `length` bytes starting at `from` (empty when `from` is past the end).
+    KtString substr(unsigned from, unsigned length) const;
+
+    /// Converts ASCII letters to lower case in place.
+    void toLower() noexcept;
+    /// Converts ASCII letters to upper case in place.
+    void toUpper() noexcept;
+    /// Removes leading and trailing white space (space, tab, CR, LF).
+    void trim() noexcept;
+
+    /// Direct writing: returns a buffer of at least `size` bytes (plus room for the NUL);
+    /// the content up to the current length is kept.
+    char* lockBuffer(unsigned size);
+    /// Ends direct writing: the string is the first `length` bytes of the buffer.
+    void releaseBuffer(unsigned length) noexcept;
+
+    /// Replaces the content with the bytes read from `in` up to (not including) the first
+    /// delimiter or the end of the input. Spaces and tabs in front of the text are skipped
+    /// first. The delimiter stays in the stream. Returns false when the input was already
+    /// at its end (the string is then empty).
+    bool parse(KtInputStream& in, const KtDelimiterSet& delimiters);
+    /// As above with the delimiters given as a NUL-terminated text.
+    bool parse(KtInputStream& in, const char* delimiters);
+    /// Replaces the content with the next `count` bytes of `in` (fewer at the end of the input).
+    void read(KtInputStream& in, unsigned count);
+
+private:
+    static constexpr unsigned INLINE_CAPACITY = 31;
+    void grow(unsigned needed);
+    char* m_pData;
+    unsigned m_Length;
+    unsigned m_Capacity;
+    char m_Inline[INLINE_CAPACITY + 1];
+};
+
+/// A handle to a KtStringBuffer. Copies share the buffer; the mutating members of
+/// KtString copy a shared buffer first (copy on write). A nil KtString reads as "".
+class KtString : public KtHandle<KtStringBuffer> {
+public:
+    KtString() noexcept {}
+    KtString(std::nullptr_t) noexcept {}
+    /// A new buffer holding `text` (null gives an empty string).
+    KtString(const char* text);
+    /// A new buffer holding `length` bytes of `text`.
+    KtString(const char* text, unsigned length);
+    /// Shares `buffer`.
+    KtString(const KtStringBuffer* buffer) noexcept : KtHandle<KtStringBuffer>(buffer) {}
+    KtString(const KtHandle<KtStringBuffer>& other) noexcept : KtHandle<KtStringBuffer>(other) {}
+
+    /// The text ("" for nil).
+    const char* c_str() const noexcept { return isNil() ? "" : get()->c_str(); }
+    /// Number of bytes (0 for nil).
+    unsigned length() const noexcept { return isNil() ? 0 : get()->length(); }
+    /// True for nil or an empty string.
+    bool empty() const noexcept { return isNil() || get()->empty(); }
+
+    /// A buffer owned by this handle alone (created or copied as needed), for writing.
+    KtStringBuffer* mutableBuffer();
+    /// Copy-on-write mutators.
+    void assign(const char* text) { mutableBuffer()->assign(text); }
+    void assign(const char* text, unsigned length) { mutableBuffer()->assign(text, length); }
+    void append(const char* text) { mutableBuffer()->append(text); }
+    void append(const char* text, unsigned length) { mutableBuffer()->append(text, length); }
+    void toUpper() { mutableBuffer()->toUpper(); }
+    void toLower() { mutableBuffer()->toLower(); }
+    void trim() { mutableBuffer()->trim(); }
+
+    /// Exact comparison (nil reads as ""); 0 when equal.
+    int compareWith(const char* text) const noexcept;
+    /// Comparison ignoring ASCII case (nil reads as ""); 0 when equal.
+    int compareNoCase(const char* text) const noexcept;
+    bool operator==(const char* text) const noexcept { return compareWith(text) == 0; }
+    bool operator!=(const char* text) const noexcept { return compareWith(text) != 0; }
+    bool operator==(const KtString& o) const noexcept { return compareWith(o.c_str()) == 0 && length() == o.length(); }
+    bool operator!=(const KtString& o) const noexcept { return !(*this == o); }
+    /// String order (by bytes), for ordered containers.
+    bool operator<(const KtString& o) const noexcept;
+};
+
+/// Writes the text of `s` ("" for nil).
+std::ostream& operator<<(std::ostream& os, const KtString& s);
+/// Reads one white-space-delimited word into `s`.
+KtInputStream& operator>>(KtInputStream& in, KtString& s);
+
+/// A light string value for fixed texts and short fields. Copies share the bytes.
+class KtConstString {
+public:
+    KtConstString() noexcept {}
+    KtConstString(const char* text) : m_String(text ? KtString(text) : KtString()) {}
+    KtConstString(const KtString& s) noexcept : m_String(s) {}
+
+    /// Replaces the value with `text` (null gives the empty value).
+    void assign(const char* text) { m_String = text && *text ? KtString(text) : KtString(); }
+    /// Replaces the value with `length` bytes of `text`.
+    void assign(const char* text, unsigned length) { m_String = length ? KtString(text, length) : KtString(); }
+    /// Exact comparison with `text` (null counts as empty); 0 when equal.
+    int compare(const char* text) const noexcept { return m_String.compareWith(text); }
+    /// Converts the value to upper case.
+    void toUpper() {
+        if (!m_String.empty()) m_String.toUpper();
+    }
+    /// Drops the value; the string becomes empty.
+    void releaseBuffer() noexcept { m_String.clear(); }
+
+    /// The text ("" when empty).
+    const char* c_str() const noexcept { return m_String.c_str(); }
+    /// Number of bytes.
+    unsigned length() const noexcept { return m_String.length(); }
+    /// True when empty.
+    bool empty() const noexcept { return m_String.empty(); }
+    /// The value as a shared KtString.
+    const KtString& str() const noexcept { return m_String; }
+    bool operator==(const char* text) const noexcept { return compare(text) == 0; }
+    bool operator==(const KtConstString& o) const noexcept { return m_String == o.m_String; }
+
+private:
+    KtString m_String;
+};
+
+#endif

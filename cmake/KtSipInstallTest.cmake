@@ -1,0 +1,89 @@
+# Script behind the install_and_consume test (run with cmake -P):
+#  1. installs the build tree BUILD_DIR into the scratch prefix PREFIX;
+#  2. checks the installed layout (versioned libraries, flat headers, package files);
+#  3. configures, builds and runs CONSUMER_DIR against PREFIX through find_package(KtSip);
+#  4. compiles the same program with the flags `pkg-config --cflags --libs ktsip` gives
+#     (only PREFIX's pkg-config directory is searched) and runs it.
+# Both programs must print the header line they were given, serialized by the library.
+cmake_minimum_required(VERSION 3.20)
+
+foreach(var BUILD_DIR PREFIX CONSUMER_DIR LIBDIR INCLUDEDIR SOVERSION CXX_COMPILER)
+  if(NOT DEFINED ${var} OR "${${var}}" STREQUAL "")
+    message(FATAL_ERROR "install test: ${var} is not set")
+  endif()
+endforeach()
+
+set(line "X-Consumer-Check: installed-ok")
+set(expected "X-Consumer-Check: installed-ok")
+set(ENV{LD_LIBRARY_PATH} "${PREFIX}/${LIBDIR}")
+
+function(run what)
+  execute_process(COMMAND ${ARGN}
+    RESULT_VARIABLE rc OUTPUT_VARIABLE out ERROR_VARIABLE err)
+  if(NOT rc EQUAL 0)
+    message(FATAL_ERROR "install test: ${what} failed (${rc}):\n${out}\n${err}")
+  endif()
+  set(run_output "${out}" PARENT_SCOPE)
+endfunction()
+
+function(check_output what text)
+  string(FIND "${text}" "${expected}\r\n" at)
+  if(at LESS 0)
+    message(FATAL_ERROR "install test: ${what} printed\n${text}\nexpected a line \"${expected}\" ending in CR LF")
+  endif()
+endfunction()
+
+# 1. Install.
+file(REMOVE_RECURSE "${PREFIX}")
+run("cmake --install" ${CMAKE_COMMAND} --install "${BUILD_DIR}" --prefix "${PREFIX}")
+
+# 2. Layout.
+foreach(f
+    ${LIBDIR}/libktutil.so.${SOVERSION} ${LIBDIR}/libktsip.so.${SOVERSION}
+    ${LIBDIR}/libktutil.so ${LIBDIR}/libktsip.so
+    ${INCLUDEDIR}/ktsip/KtObject.h ${INCLUDEDIR}/ktsip/KtSipHeader.h ${INCLUDEDIR}/ktsip/KtSipParseError.h
+    ${LIBDIR}/cmake/KtSip/KtSipConfig.cmake ${LIBDIR}/cmake/KtSip/KtSipConfigVersion.cmake
+    ${LIBDIR}/cmake/KtSip/KtSipTargets.cmake
+    ${LIBDIR}/pkgconfig/ktutil.pc ${LIBDIR}/pkgconfig/ktsip.pc)
+  if(NOT EXISTS "${PREFIX}/${f}")
+    message(FATAL_ERROR "install test: ${f} was not installed")
+  endif()
+endforeach()
+# The private dependencies must not reach a consumer's link line.
+file(READ "${PREFIX}/${LIBDIR}/cmake/KtSip/KtSipTargets.cmake" targets)
+foreach(private "PkgConfig::" "OpenSSL::" "log4cplus" "libACE" "uuid")
+  string(FIND "${targets}" "${private}" at)
+  if(at GREATER -1)
+    message(FATAL_ERROR "install test: the exported targets mention ${private}")
+  endif()
+endforeach()
+
+# 3. find_package(KtSip).
+set(launcher "")
+if(CXX_LAUNCHER AND NOT CXX_LAUNCHER MATCHES "NOTFOUND$")
+  set(launcher "-DCMAKE_CXX_COMPILER_LAUNCHER=${CXX_LAUNCHER}")
+endif()
+set(consumer_build "${PREFIX}/consumer-build")
+run("configuring the consumer" ${CMAKE_COMMAND} -S "${CONSUMER_DIR}" -B "${consumer_build}"
+  -DCMAKE_PREFIX_PATH=${PREFIX} -DCMAKE_CXX_COMPILER=${CXX_COMPILER} ${launcher}
+  "-DCMAKE_CXX_FLAGS=${CXX_FLAGS}" -DCMAKE_BUILD_TYPE=RelWithDebInfo)
+run("building the consumer" ${CMAKE_COMMAND} --build "${consumer_build}")
+run("running the consumer" "${consumer_build}/consumer" "${line}")
+check_output("the consumer" "${run_output}")
+
+# 4. pkg-config.
+if(PKG_CONFIG AND NOT PKG_CONFIG MATCHES "NOTFOUND$")
+  set(ENV{PKG_CONFIG_LIBDIR} "${PREFIX}/${LIBDIR}/pkgconfig")
+  unset(ENV{PKG_CONFIG_PATH})
+  run("pkg-config" ${PKG_CONFIG} --cflags --libs ktsip)
+  string(STRIP "${run_output}" pc_flags)
+  separate_arguments(pc_flags UNIX_COMMAND "${pc_flags}")
+  separate_arguments(extra UNIX_COMMAND "${CXX_FLAGS}")
+  run("compiling with pkg-config flags" ${CXX_COMPILER} -std=c++17 ${extra}
+    "${CONSUMER_DIR}/main.cpp" -o "${PREFIX}/consumer-pc" ${pc_flags})
+  run("running the pkg-config consumer" "${PREFIX}/consumer-pc" "${line}")
+  check_output("the pkg-config consumer" "${run_output}")
+else()
+  message(STATUS "install test: pkg-config not found, that check is skipped")
+endif()
+message(STATUS "install test: passed")

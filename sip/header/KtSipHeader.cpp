@@ -1,0 +1,245 @@
+// The header registry and the reading and writing of header lines.
+#include "KtSipHeader.h"
+
+#include <cstring>
+#include <map>
+#include <strings.h>
+
+#include "KtSipUnknownHeader.h"
+#include "KtStreamTokenizer.h"
+
+TORVANE_FILE_LOGGER("calvoran.kt.KtSipHeader")
+
+const char KtSipHeader::sDelimeters[] = " \t\r\n\\\"()<>@,;:/[]?={}";
+const char KtSipHeader::sWhiteSpace[] = " \t\r\n";
+const char KtSipHeader::sSIP[] = "SIP";
+const char KtSipHeader::sUDP[] = "UDP";
+const char KtSipHeader::sTCP[] = "TCP";
+const char KtSipHeader::sTagToken[] = "tag";
+const char KtSipHeader::sQToken[] = "q";
+
+const KtDelimiterSet& KtSipHeader::sDelimeterSet() {
+    static const KtDelimiterSet set(sDelimeters);
+    return set;
+}
+
+namespace {
+
+typedef KtSipHeader* (*Constructor)();
+
+struct CaseLess {
+    bool operator()(const char* a, const char* b) const { return strcasecmp(a, b) < 0; }
+};
+
+inline unsigned char foldCase(unsigned char c) { return (c >= 'A' && c <= 'Z') ? static_cast<unsigned char>(c + 32) : c; }
+
+// The registry: the ordered map of names (the reference structure, case-insensitive order)
+// and, filled at the same time, an open-addressing table with case-folded hashes through
+// which lookups go. Both are written only while the library's static initialisers run.
+struct Registry {
+    static const unsigned kSlots = 512;  // far more than the 64 names, so probes stay short
+    struct Slot {
+        const char* name;
+        Constructor constructor;
+    };
+    std::map<const char*, Constructor, CaseLess> map;
+    Slot slots[kSlots] = {};
+
+    static unsigned hash(const char* name) {
+        unsigned h = 2166136261u;
+        for (const unsigned char* p = reinterpret_cast<const unsigned char*>(name); *p; ++p)
+            h = (h ^ foldCase(*p)) * 16777619u;
+        return h;
+    }
+
+    Constructor find(const char* name) const {
+        for (unsigned i = hash(name) & (kSlots - 1);; i = (i + 1) & (kSlots - 1)) {
+            const Slot& s = slots[i];
+            if (s.name == nullptr) return nullptr;
+            if (strcasecmp(s.name, name) == 0) return s.constructor;
+        }
+    }
+
+    void add(const char* name, Constructor constructor) {
+        if (map.size() >= kSlots / 2) return;  // the table is sized for the library's own classes
+        if (!map.emplace(name, constructor).second) return;  // first registration wins
+        unsigned i = hash(name) & (kSlots - 1);
+        while (slots[i].name != nullptr) i = (i + 1) & (kSlots - 1);
+        slots[i].name = name;
+        slots[i].constructor = constructor;
+    }
+};
+
+// Created on first registration; lives until the process ends (the names it holds are the
+// static tokens of the header classes, which live as long).
+Registry* gRegistry = nullptr;
+
+inline bool isBlankOrEol(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }
+
+}  // namespace
+
+KtSipHeader::~KtSipHeader() {
+    // Unlink the rest of the chain iteratively so that a long chain does not recurse once per
+    // element through the destructors.
+    KtHandle<KtSipHeader> next(std::move(m_Next));
+    while (!next.isNil() && next->getRefCount() == 1) {
+        KtHandle<KtSipHeader> after(std::move(next->m_Next));
+        next = std::move(after);
+    }
+}
+
+void KtSipHeader::sAddConstructor(const char* token, KtSipHeader* (*constructor)()) {
+    TORVANE_TRACE_SCOPE(fileLogger(), "KtSipHeader::sAddConstructor");
+    if (token == nullptr || constructor == nullptr) return;
+    TORVANE_TRACE(fileLogger(), "pToken = " << '"' << token << '"');
+    if (gRegistry == nullptr) gRegistry = new Registry();
+    gRegistry->add(token, constructor);
+}
+
+bool KtSipHeader::sIsRegistered(const char* token) {
+    return token != nullptr && gRegistry != nullptr && gRegistry->find(token) != nullptr;
+}
+
+KtSipHeader* KtSipHeader::sConstruct(const char* token) {
+    TORVANE_TRACE_SCOPE(fileLogger(), "KtSipHeader::sConstruct");
+    if (token == nullptr) token = "";
+    if (gRegistry != nullptr) {
+        if (Constructor constructor = gRegistry->find(token)) return constructor();
+    }
+    return new KtSipUnknownHeader(token);
+}
+
+KtHandle<KtSipHeader> KtSipHeader::sConstructFrom(KtInputStream& in) {
+    TORVANE_TRACE_SCOPE(fileLogger(), "KtSipHeader::sConstructFrom");
+    // The name is peeked up to the colon. The peek also stops at a line end, so that a line
+    // without a colon does not borrow the name of the next line.
+    static const KtDelimiterSet nameEnd(":\r\n");
+    char name[NAME_BUFFER_SIZE];
+    int n = KtStreamTokenizer::sPeekToken(in, nameEnd, name, NAME_BUFFER_SIZE);
+    while (n > 0 && isBlankOrEol(name[n - 1])) name[--n] = '\0';
+    if (n <= 0) {
+        KtStreamTokenizer::sDiscardLine(in);
+        KtSipParseError::sThrow("Header token expected");
+    }
+    KtHandle<KtSipHeader> header(sConstruct(name));
+    header->parse(in);
+    return header;
+}
+
+void KtSipHeader::parse(KtInputStream& in) {
+    TORVANE_TRACE_SCOPE(fileLogger(), "KtSipHeader::parse");
+    // Collect the logical line: CRs are dropped, an LF followed by a space or tab folds (both
+    // dropped, nothing inserted), any other LF ends the line. The text and the CR LF appended
+    // to it must fit the 1024-byte buffer; a longer line is read to its end and refused.
+    const unsigned kTextMax = LINE_BUFFER_SIZE - 2;
+    char line[LINE_BUFFER_SIZE];
+    unsigned n = 0;
+    bool overflow = false;
+    for (;;) {
+        const char* p = in.current();
+        const char* end = in.end();
+        const char* nl = static_cast<const char*>(std::memchr(p, '\n', static_cast<std::size_t>(end - p)));
+        const char* stop = nl ? nl : end;
+        // Copy [p, stop) without its CRs.
+        while (p < stop) {
+            const char* cr = static_cast<const char*>(std::memchr(p, '\r', static_cast<std::size_t>(stop - p)));
+            const char* chunkEnd = cr ? cr : stop;
+            unsigned len = static_cast<unsigned>(chunkEnd - p);
+            if (n + len > kTextMax) {
+                overflow = true;
+                len = n < kTextMax ? kTextMax - n : 0;
+            }
+            std::memcpy(line + n, p, len);
+            n += len;
+            p = cr ? cr + 1 : stop;
+        }
+        in.setCurrent(stop);
+        if (nl == nullptr) {
+            if (!in.fill()) break;  // end of input ends the line
+            continue;
+        }
+        in.advance(1);  // the LF
+        int next = in.peek();
+        if (next == ' ' || next == '\t') {
+            in.advance(1);  // folded: drop the white-space character too
+            continue;
+        }
+        break;
+    }
+    if (overflow) KtSipParseError::sThrow("Header line too long");
+
+    // The name, trimmed, as received. When it equals the current token (a class's own name),
+    // the token keeps sharing that string; otherwise it becomes a string of its own, so the
+    // class's static token is never changed.
+    const char* colon = static_cast<const char*>(std::memchr(line, ':', n));
+    if (colon == nullptr) KtSipParseError::sThrow("Header colon expected");
+    const char* nb = line;
+    const char* ne = colon;
+    while (nb < ne && isBlankOrEol(*nb)) ++nb;
+    while (ne > nb && isBlankOrEol(ne[-1])) --ne;
+    unsigned nameLength = static_cast<unsigned>(ne - nb);
+    if (m_Token.length() != nameLength || std::memcmp(m_Token.c_str(), nb, nameLength) != 0)
+        m_Token = KtString(nb, nameLength);
+
+    line[n++] = '\r';
+    line[n++] = '\n';
+    unsigned valueStart = static_cast<unsigned>(colon - line) + 1;
+    KtByteArrayInputStream value(line + valueStart, n - valueStart);
+    parseRest(value);
+}
+
+void KtSipHeader::parseRest(KtInputStream& in) {
+    TORVANE_TRACE_SCOPE(fileLogger(), "KtSipHeader::parseRest");
+    // Each comma-separated element becomes a new header of the same class appended to the
+    // chain; the loop keeps the chain's tail, so no recursion and no walk per element.
+    KtSipHeader* tail = this;
+    while (!tail->m_Next.isNil()) tail = tail->m_Next.get();
+    KtSipHeader* current = this;
+    for (;;) {
+        current->doParse(in);
+        // Text that doParse left before the next comma is skipped.
+        int c;
+        for (;;) {
+            const char* p = in.current();
+            const char* end = in.end();
+            const char* comma = static_cast<const char*>(std::memchr(p, ',', static_cast<std::size_t>(end - p)));
+            if (comma) {
+                in.setCurrent(comma + 1);
+                c = ',';
+                break;
+            }
+            in.setCurrent(end);
+            if (!in.fill()) {
+                c = -1;
+                break;
+            }
+        }
+        if (c < 0) return;
+        KtSipHeader* next = sConstruct(getExpandedToken().c_str());
+        tail->m_Next = KtHandle<KtSipHeader>(next);
+        tail = next;
+        current = next;
+    }
+}
+
+void KtSipHeader::serialize(KtOutputStream& out) const {
+    TORVANE_TRACE_SCOPE(fileLogger(), "KtSipHeader::serialize");
+    for (const KtSipHeader* h = this; h != nullptr; h = h->m_Next.get()) {
+        out << h->m_Token;
+        out.write(": ", 2);
+        h->doSerialize(out);
+        out.write("\r\n", 2);
+    }
+}
+
+void KtSipHeader::addNext(KtSipHeader* header) {
+    KtSipHeader* last = this;
+    while (!last->m_Next.isNil()) last = last->m_Next.get();
+    last->m_Next = KtHandle<KtSipHeader>(header);
+}
+
+KtString KtSipHeader::getValueString() const {
+    KtByteArrayOutputStream out(128);
+    doSerialize(out);
+    return KtString(out.data(), out.size());
+}

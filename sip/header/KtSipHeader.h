@@ -1,0 +1,219 @@
+// The abstract SIP header, the header registry, and the reading and writing of
+// header lines (folding, comma-separated values, chains).
+#ifndef KTSIP_KT_SIP_HEADER_H
+#define KTSIP_KT_SIP_HEADER_H
+
+#include "KtHandle.h"
+#include "KtInputStream.h"
+#include "KtOutputStream.h"
+#include "KtSipParseError.h"
+#include "KtString.h"
+#include "TorvaneLogger.h"
+#include "TorvaneMemAllocator.h"
+
+/// The kind of a header. The numbers are part of the interface: a message keeps one
+/// slot per kind, and callers compare them. 0, 13, 23, 27 and 52 belong to no class.
+enum HeaderID {
+    HeaderNone = 0,
+    HeaderVia = 1,
+    HeaderFrom = 2,
+    HeaderTo = 3,
+    HeaderCSeq = 4,
+    HeaderCallId = 5,
+    HeaderContentLength = 6,
+    HeaderAcceptEncoding = 7,
+    HeaderAccept = 8,
+    HeaderAcceptLanguage = 9,
+    HeaderAlertInfo = 10,
+    HeaderAllow = 11,
+    HeaderAllowEvents = 12,
+    HeaderAuthenticationInfo = 14,
+    HeaderAuthorization = 15,
+    HeaderCallInfo = 16,
+    HeaderCCDiversion = 17,
+    HeaderContact = 18,
+    HeaderContentDisposition = 19,
+    HeaderContentEncoding = 20,
+    HeaderContentType = 21,
+    HeaderDate = 22,
+    HeaderErrorInfo = 24,
+    HeaderEvent = 25,
+    HeaderExpires = 26,
+    HeaderInReplyTo = 28,
+    HeaderMaxForwards = 29,
+    HeaderMIMEVersion = 30,
+    HeaderMinExpires = 31,
+    HeaderMinSE = 32,
+    HeaderOrganization = 33,
+    HeaderPriority = 34,
+    HeaderProxyAuthenticate = 35,
+    HeaderProxyAuthorization = 36,
+    HeaderProxyRequire = 37,
+    HeaderRAck = 38,
+    HeaderRSeq = 39,
+    HeaderRecordRoute = 40,
+    HeaderReferTo = 41,
+    HeaderReferredBy = 42,
+    HeaderReplaces = 43,
+    HeaderRequire = 44,
+    HeaderResponseKey = 45,
+    HeaderRetryAfter = 46,
+    HeaderRoute = 47,
+    HeaderServer = 48,
+    HeaderSessionExpires = 49,
+    HeaderSession = 50,
+    HeaderSubject = 51,
+    HeaderSupported = 53,
+    HeaderTimestamp = 54,
+    HeaderUnknown = 55,
+    HeaderUnsupported = 56,
+    HeaderUserAgent = 57,
+    HeaderWWWAuthenticate = 58,
+    HeaderWarning = 59,
+    HeaderSlotCount = 60  ///< number of slots a message keeps (ids 0 to 59)
+};
+
+class KtSipHeader;
+typedef KtHandle<KtSipHeader> KtSipHeaderHandle;
+
+/// Abstract SIP header. A header object holds one value; the values of one comma-separated
+/// line (or the headers of one kind in a message) are linked through `next` into a chain.
+/// Every header object comes from the "KtSipHeader" pool.
+class KtSipHeader : public KtObject {
+    TORVANE_POOLED_OBJECT("KtSipHeader")
+public:
+    /// Length of the work buffer for one logical header line; a longer line is refused with
+    /// KtSipParseError "Header line too long" (the whole logical line is consumed first).
+    static constexpr unsigned LINE_BUFFER_SIZE = 1024;
+    /// Size of the buffer the header name is peeked into (names of up to 47 bytes).
+    static constexpr unsigned NAME_BUFFER_SIZE = 48;
+
+    /// The 21 token delimiters: space, tab, CR, LF, \ " ( ) < > @ , ; : / [ ] ? = { }.
+    static const char sDelimeters[];
+    /// Space, tab, CR, LF.
+    static const char sWhiteSpace[];
+    static const char sSIP[];     ///< "SIP"
+    static const char sUDP[];     ///< "UDP"
+    static const char sTCP[];     ///< "TCP"
+    static const char sTagToken[];  ///< "tag"
+    static const char sQToken[];  ///< "q"
+    /// sDelimeters as a lookup table.
+    static const KtDelimiterSet& sDelimeterSet();
+
+    ~KtSipHeader() override;
+    /// A copy of this header alone (next is nil in the copy).
+    KtSipHeader* clone() const override = 0;
+
+    /// The class's full header name (its sToken).
+    virtual KtString getExpandedToken() const = 0;
+    /// The compact name; the full name for classes without one.
+    virtual KtString getCompactToken() const { return getExpandedToken(); }
+    /// Parses one value, stopping before a "," that separates it from the next value or at
+    /// the end of the line.
+    virtual void doParse(KtInputStream& in) = 0;
+    /// Writes one value (no name, colon or line end).
+    virtual void doSerialize(KtOutputStream& out) const = 0;
+
+    /// Registers `constructor` under `token` (case-insensitive; the first registration of a
+    /// name wins). `token` must stay valid for the life of the process.
+    static void sAddConstructor(const char* token, KtSipHeader* (*constructor)());
+    /// A new, empty header of the class registered for `token`, or a KtSipUnknownHeader
+    /// named `token`.
+    static KtSipHeader* sConstruct(const char* token);
+    /// True when a class is registered for `token`.
+    static bool sIsRegistered(const char* token);
+    /// Reads one header line (with its continuation lines and line end) and returns the first
+    /// header of its chain. Throws KtSipParseError for a malformed line; the line has then
+    /// been consumed.
+    static KtHandle<KtSipHeader> sConstructFrom(KtInputStream& in);
+
+    /// Reads the rest of a header line, name included, and parses it into this header and
+    /// the chain that follows it.
+    void parse(KtInputStream& in);
+    /// Parses what follows the colon: this header's value and any further values.
+    void parseRest(KtInputStream& in);
+    /// Writes this header and every header after it in its chain, one line each.
+    void serialize(KtOutputStream& out) const;
+    /// Appends `header` at the end of this chain.
+    void addNext(KtSipHeader* header);
+
+    /// The name this header writes.
+    const KtString& getToken() const { return m_Token; }
+    /// Sets the name this header writes.
+    void setToken(const KtString& token) { m_Token = token; }
+    /// The next header of the chain, or nil.
+    const KtHandle<KtSipHeader>& getNext() const { return m_Next; }
+    /// Replaces the rest of the chain.
+    void setNext(const KtHandle<KtSipHeader>& next) { m_Next = next; }
+    /// The header's kind.
+    HeaderID getHeaderID() const { return m_HeaderID; }
+    /// The text doSerialize writes, as a string.
+    KtString getValueString() const;
+
+protected:
+    KtSipHeader(const KtString& token, HeaderID id) : m_Token(token), m_HeaderID(id) {}
+    /// Shares the token, copies the id; next is nil.
+    KtSipHeader(const KtSipHeader& other) : KtObject(), m_Token(other.m_Token), m_HeaderID(other.m_HeaderID) {}
+    KtSipHeader& operator=(const KtSipHeader&) = delete;
+
+    KtString m_Token;
+    KtHandle<KtSipHeader> m_Next;
+    HeaderID m_HeaderID;
+};
+
+/// The factory registered for a header class.
+template <class T>
+struct KtSipHeaderConstructor {
+    static KtSipHeader* Constructor() { return new T(); }
+};
+
+/// The boilerplate of a concrete header class, written once: the full name, the header id
+/// and clone. `Derived` declares `static const KtString sToken;` (and, with a compact form,
+/// `static const KtString sCompactToken;` plus a getCompactToken override through
+/// KtSipCompactHeaderImpl) and a copy constructor.
+template <class Derived, HeaderID ID, class Base = KtSipHeader>
+class KtSipHeaderImpl : public Base {
+public:
+    static constexpr HeaderID sID = ID;
+    KtString getExpandedToken() const override { return Derived::sToken; }
+    KtSipHeader* clone() const override { return new Derived(static_cast<const Derived&>(*this)); }
+
+protected:
+    KtSipHeaderImpl() : Base(Derived::sToken, ID) {}
+    KtSipHeaderImpl(const KtSipHeaderImpl& other) = default;
+};
+
+/// As KtSipHeaderImpl, for classes that also have a compact name.
+template <class Derived, HeaderID ID, class Base = KtSipHeader>
+class KtSipCompactHeaderImpl : public KtSipHeaderImpl<Derived, ID, Base> {
+public:
+    KtString getCompactToken() const override { return Derived::sCompactToken; }
+
+protected:
+    KtSipCompactHeaderImpl() = default;
+    KtSipCompactHeaderImpl(const KtSipCompactHeaderImpl& other) = default;
+};
+
+/// Defines the static token of CLASS and registers the class under NAME at load time.
+#define KT_SIP_HEADER_REGISTER(CLASS, NAME)                                                     \
+    const KtString CLASS::sToken(NAME);                                                         \
+    namespace {                                                                                 \
+    const bool ktRegistered##CLASS =                                                            \
+        (KtSipHeader::sAddConstructor(CLASS::sToken.c_str(), &KtSipHeaderConstructor<CLASS>::Constructor), true); \
+    }
+
+/// As KT_SIP_HEADER_REGISTER, also defining and registering the compact name COMPACT.
+#define KT_SIP_HEADER_REGISTER_COMPACT(CLASS, NAME, COMPACT)                                    \
+    const KtString CLASS::sToken(NAME);                                                         \
+    const KtString CLASS::sCompactToken(COMPACT);                                               \
+    namespace {                                                                                 \
+    const bool ktRegistered##CLASS =                                                            \
+        (KtSipHeader::sAddConstructor(CLASS::sToken.c_str(), &KtSipHeaderConstructor<CLASS>::Constructor), \
+         KtSipHeader::sAddConstructor(CLASS::sCompactToken.c_str(), &KtSipHeaderConstructor<CLASS>::Constructor), \
+         true);                                                                                 \
+    }
+
+/// Defines the static token of a class that exists but is not registered (Call-Info).
+#define KT_SIP_HEADER_UNREGISTERED(CLASS, NAME) const KtString CLASS::sToken(NAME);
+
+#endif

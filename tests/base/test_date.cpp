@@ -1,0 +1,86 @@
+// Date text: parsing, printing, rejects; the clock.
+#include <gtest/gtest.h>
+
+#include <ctime>
+#include <string>
+
+#include "KtDate.h"
+#include "KtException.h"
+
+TEST(KtDate, ParsesAcceptedForms) {
+    struct Row {
+        const char* text;
+        long long time;     // seconds since the epoch
+        const char* printed;
+    } rows[] = {
+        {"Sun, 06 Nov 1994 08:49:37 GMT", 784111777, "Sun, 06 Nov 1994 08:49:37 GMT"},
+        {"  6 nov 1994 08:49:37 utc\r\n", 784111777, "Sun, 06 Nov 1994 08:49:37 GMT"},
+        {"Mon ,\t06 NOV 1994 08:49:37 gmt", 784111777, "Sun, 06 Nov 1994 08:49:37 GMT"},
+        {"Thu, 01 Jan 1970 00:00:00 GMT", 0, "Thu, 01 Jan 1970 00:00:00 GMT"},
+        {"Thu, 29 Feb 2024 23:59:59 GMT", 1709251199, "Thu, 29 Feb 2024 23:59:59 GMT"},
+        {"Tue, 29 Feb 2000 12:00:00 GMT", 951825600, "Tue, 29 Feb 2000 12:00:00 GMT"},
+        {"Sat, 31 Dec 2039 23:59:60 GMT", 2208988800, "Sun, 01 Jan 2040 00:00:00 GMT"},
+        {"Wed, 31 Dec 1969 23:59:59 GMT", -1, "Wed, 31 Dec 1969 23:59:59 GMT"},
+    };
+    for (const Row& r : rows) {
+        KtDate date;
+        ASSERT_NO_THROW(date.constructKtDate(r.text)) << r.text;
+        EXPECT_EQ(static_cast<long long>(date.getTime()), r.time) << r.text;
+        char out[KtDate::TEXT_LENGTH + 1];
+        date.getKtDate(out);
+        EXPECT_STREQ(out, r.printed) << r.text;
+    }
+}
+
+TEST(KtDate, RejectsMalformedText) {
+    const char* bad[] = {
+        "", "   ", "GMT", "Sun, 06 Nov 1994 08:49:37", "Sun, 06 Nov 1994 08:49:37 GMT x",
+        "Sun 06 Nov 1994 08:49:37 GMT", "Sunday, 06 Nov 1994 08:49:37 GMT", "Xyz, 06 Nov 1994 08:49:37 GMT",
+        "Sun, 06 Nov 94 08:49:37 GMT", "Sun, 06 Nov 19945 08:49:37 GMT", "Sun, 006 Nov 1994 08:49:37 GMT",
+        "Sun, 06 Nov 1994 8:49:37 GMT", "Sun, 06 Nov 1994 08:49 GMT", "Sun, 06 Nov 1994 24:00:00 GMT",
+        "Sun, 06 Nov 1994 23:60:00 GMT", "Sun, 06 Nov 1994 23:59:61 GMT", "Sun, 00 Nov 1994 08:49:37 GMT",
+        "Sun, 31 Nov 1994 08:49:37 GMT", "Sun, 29 Feb 1900 08:49:37 GMT", "Sun, 30 Feb 2024 08:49:37 GMT",
+        "Sun, 06 November 1994 08:49:37 GMT", "Sun, 06 Nov 1994 08:49:37 EST", "Sun, 06Nov 1994 08:49:37 GMT",
+        "Sun, 06 Nov 1994 08:49:37 +0000", "784111777",
+    };
+    for (const char* text : bad) {
+        KtDate date;
+        date.setTime(42);
+        try {
+            date.constructKtDate(text);
+            ADD_FAILURE() << '"' << text << "\" was accepted";
+        } catch (const KtException& e) {
+            EXPECT_EQ(std::string(e.getMessage()), std::string("Invalid date: ") + text);
+        }
+    }
+    KtDate date;
+    EXPECT_THROW(date.constructKtDate(nullptr), KtException);
+}
+
+TEST(KtDate, PrintThenParseRoundTrips) {
+    for (long long t : {0LL, 1LL, 784111777LL, 951782400LL, 2147483647LL, 4102444799LL, 253402300799LL}) {
+        KtDate a;
+        a.setTime(static_cast<std::time_t>(t));
+        char text[KtDate::TEXT_LENGTH + 1];
+        a.getKtDate(text);
+        EXPECT_EQ(std::string(text).size(), KtDate::TEXT_LENGTH) << text;
+        KtDate b;
+        b.constructKtDate(text);
+        EXPECT_TRUE(a == b) << text;
+    }
+    KtDate d;
+    d.setTime(1234);
+    d.init();
+    char text[KtDate::TEXT_LENGTH + 1];
+    d.getKtDate(text);
+    EXPECT_STREQ(text, "Thu, 01 Jan 1970 00:00:00 GMT");
+}
+
+TEST(KtTime, ReadsTheWallClock) {
+    const std::time_t before = std::time(nullptr);
+    const KtTime::Value now = KtTime::sGetCurrentTime();
+    const std::time_t after = std::time(nullptr);
+    EXPECT_GE(now.seconds, static_cast<unsigned>(before));
+    EXPECT_LE(now.seconds, static_cast<unsigned>(after));
+    EXPECT_LT(now.microseconds, 1000000u);
+}

@@ -1,0 +1,109 @@
+// Strings: copy on write, comparisons, trimming, parsing from streams.
+#include <gtest/gtest.h>
+
+#include "KtInputStream.h"
+#include "KtString.h"
+
+TEST(KtString, CopiesShareUntilOneIsWritten) {
+    KtString a("Via");
+    KtString b = a;
+    EXPECT_EQ(a.get(), b.get());
+    b.append("-X");
+    EXPECT_STREQ(a.c_str(), "Via");
+    EXPECT_STREQ(b.c_str(), "Via-X");
+    EXPECT_NE(a.get(), b.get());
+}
+
+TEST(KtString, NilAndEmptyReadAlike) {
+    KtString nil;
+    KtString empty("");
+    EXPECT_TRUE(nil.isNil());
+    EXPECT_TRUE(nil.empty());
+    EXPECT_TRUE(empty.empty());
+    EXPECT_STREQ(nil.c_str(), "");
+    EXPECT_EQ(nil.compareWith(""), 0);
+    EXPECT_EQ(KtString(static_cast<const char*>(nullptr)).length(), 0u);
+}
+
+TEST(KtString, ComparisonsAndSearch) {
+    struct Row {
+        const char* a;
+        const char* b;
+        bool exact;
+        bool noCase;
+    } rows[] = {
+        {"Call-ID", "Call-ID", true, true},
+        {"Call-ID", "CALL-id", false, true},
+        {"Call-ID", "Call-IDs", false, false},
+        {"", "", true, true},
+    };
+    for (const Row& r : rows) {
+        KtString s(r.a);
+        EXPECT_EQ(s.compareWith(r.b) == 0, r.exact) << r.a << " vs " << r.b;
+        EXPECT_EQ(s.compareNoCase(r.b) == 0, r.noCase) << r.a << " vs " << r.b;
+    }
+    KtStringBuffer* b = KtStringBuffer::sCreate("auth,auth-int");
+    KtString hold(b);
+    EXPECT_EQ(b->indexOf("auth-int"), 5);
+    EXPECT_EQ(b->indexOf("auth", 1), 5);
+    EXPECT_EQ(b->indexOf("md5"), -1);
+    EXPECT_STREQ(b->substr(5, 100).c_str(), "auth-int");
+    EXPECT_STREQ(b->substr(50, 2).c_str(), "");
+}
+
+TEST(KtString, TrimCaseAndDirectWriting) {
+    KtString s(" \t Hello World \r\n");
+    s.trim();
+    EXPECT_STREQ(s.c_str(), "Hello World");
+    s.toUpper();
+    EXPECT_STREQ(s.c_str(), "HELLO WORLD");
+    s.toLower();
+    EXPECT_STREQ(s.c_str(), "hello world");
+    KtStringBuffer* b = s.mutableBuffer();
+    char* raw = b->lockBuffer(200);
+    std::memset(raw, 'x', 200);
+    b->releaseBuffer(150);
+    EXPECT_EQ(s.length(), 150u);
+    EXPECT_EQ(s.c_str()[150], '\0');
+}
+
+TEST(KtString, GrowsPastItsInlineRoomAndAppendsItself) {
+    KtString s("0123456789");
+    for (int i = 0; i < 6; ++i) s.mutableBuffer()->append(s.get());
+    EXPECT_EQ(s.length(), 640u);
+    EXPECT_EQ(std::string(s.c_str(), 10), "0123456789");
+    EXPECT_EQ(std::string(s.c_str() + 630, 10), "0123456789");
+}
+
+TEST(KtStringBuffer, ParseSkipsLeadingBlanksAndLeavesTheDelimiter) {
+    struct Row {
+        const char* input;
+        const char* delimiters;
+        const char* value;
+        int next;  // the byte left in the stream, -1 at the end
+    } rows[] = {
+        {"  SIP/2.0", "/", "SIP", '/'},
+        {"\tudp host", " \t", "udp", ' '},
+        {"value", ",", "value", -1},
+        {" ", ",", "", -1},
+        {",x", ",", "", ','},
+    };
+    for (const Row& r : rows) {
+        KtByteArrayInputStream in(r.input, static_cast<unsigned>(strlen(r.input)));
+        KtString s("");
+        s.mutableBuffer()->parse(in, r.delimiters);
+        EXPECT_STREQ(s.c_str(), r.value) << r.input;
+        EXPECT_EQ(in.peek(), r.next) << r.input;
+    }
+}
+
+TEST(KtConstString, AssignCompareUpper) {
+    KtConstString t("udp");
+    t.toUpper();
+    EXPECT_EQ(t.compare("UDP"), 0);
+    KtConstString copy = t;
+    copy.assign("tcp");
+    EXPECT_STREQ(t.c_str(), "UDP");
+    copy.releaseBuffer();
+    EXPECT_TRUE(copy.empty());
+}
