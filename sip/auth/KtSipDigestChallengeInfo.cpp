@@ -1,0 +1,64 @@
+// The Digest challenge.
+#include "KtSipDigestChallengeInfo.h"
+
+#include "KtSipDigestPairReader.h"
+#include "TorvaneLogger.h"
+
+TORVANE_FILE_LOGGER("calvoran.kt.KtSipDigestChallengeInfo")
+
+const KtString KtSipDigestChallengeInfo::TYPE("Digest");
+
+KtSipDigestChallengeInfo::KtSipDigestChallengeInfo() : m_Params(new KtParameters(';')) {}
+
+KtSipDigestChallengeInfo::KtSipDigestChallengeInfo(const char* realm) : m_Params(new KtParameters(';')) {
+    m_Params->setValue("realm", realm ? realm : "");
+}
+
+KtSipDigestChallengeInfo::KtSipDigestChallengeInfo(const KtSipDigestChallengeInfo& other)
+    : KtSipChallengeInfo(other), m_Params(other.m_Params->clone()) {}
+
+KtSipDigestChallengeInfo::~KtSipDigestChallengeInfo() = default;
+
+KtSipDigestChallengeInfo* KtSipDigestChallengeInfo::clone() const {
+    return new KtSipDigestChallengeInfo(*this);
+}
+
+KtHandle<KtSipDigestChallengeInfo> KtSipDigestChallengeInfo::sCreateFrom(KtHandle<KtByteArray> text) {
+    TORVANE_TRACE_SCOPE(fileLogger(), "KtSipDigestChallengeInfo::sCreateFrom");
+    KtHandle<KtSipDigestChallengeInfo> challenge = new KtSipDigestChallengeInfo();
+    if (!text.isNil()) {
+        KtByteArrayInputStream in(text.get(), 0, text->getLength());
+        challenge->parse(in);
+    }
+    return challenge;
+}
+
+void KtSipDigestChallengeInfo::parse(KtInputStream& in) {
+    TORVANE_TRACE_SCOPE(fileLogger(), "KtSipDigestChallengeInfo::parse");
+    KtSipDigestPairReader::sRead(in, *m_Params, KtSipDigestPairReader::LowerCaseLastName);
+}
+
+void KtSipDigestChallengeInfo::serialize(KtOutputStream& out) const {
+    TORVANE_TRACE_SCOPE(fileLogger(), "KtSipDigestChallengeInfo::serialize");
+    const unsigned count = m_Params->size();
+    for (unsigned i = 0; i < count; ++i) {
+        const KtString name = m_Params->getName(i);
+        if (i > 0) out << ',';
+        out << name;
+        // These three are tokens, not quoted strings, in the Digest grammar.
+        if (name.compareNoCase("algorithm") == 0 || name.compareNoCase("stale") == 0 ||
+            name.compareNoCase("uri") == 0) {
+            out << '=' << m_Params->getValueAt(i);
+        } else {
+            out << "=\"" << m_Params->getValueAt(i) << '"';
+        }
+    }
+}
+
+KtString KtSipDigestChallengeInfo::getType() const {
+    return TYPE;
+}
+
+KtString KtSipDigestChallengeInfo::getRealm() const {
+    return m_Params->getValue("realm");
+}

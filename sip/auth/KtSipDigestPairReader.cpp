@@ -1,0 +1,118 @@
+// The reader of Digest name=value pair lists.
+#include "KtSipDigestPairReader.h"
+
+#include <cstring>
+
+#include "KtException.h"
+#include "TorvaneLogger.h"
+
+TORVANE_FILE_LOGGER("calvoran.kt.KtSipDigestPairReader")
+
+namespace {
+
+bool isBlank(char c) {
+    return c == ' ' || c == '\t' || c == '\r' || c == '\n';
+}
+
+/// Lower-cases ASCII letters in place.
+void lowerCase(char* text, unsigned length) {
+    for (unsigned i = 0; i < length; ++i) {
+        if (text[i] >= 'A' && text[i] <= 'Z') text[i] = static_cast<char>(text[i] - 'A' + 'a');
+    }
+}
+
+}  // namespace
+
+void KtSipDigestPairReader::sRead(KtInputStream& in, KtParameters& pairs, NameCase nameCase) {
+    TORVANE_TRACE_SCOPE(fileLogger(), "KtSipDigestPairReader::sRead");
+
+    // One byte more than the limit for the NUL written behind a value when it is stored.
+    char buffer[BUFFER_SIZE + 1];
+    // The current pair's name, copied out of the buffer so that it can be NUL-terminated.
+    char name[BUFFER_SIZE + 1];
+    unsigned write = 0;         // next free byte of buffer
+    unsigned segment = 0;       // start of the text of the current name or value
+    unsigned nameLength = 0;
+    bool haveName = false;      // an "=" has ended the current pair's name
+    bool inQuotes = false;
+
+    // Stores one byte, refusing to go past the buffer.
+    auto store = [&](char c) {
+        if (write >= BUFFER_SIZE) KtException::sThrow("Buffer overflew !!!");
+        buffer[write++] = c;
+    };
+    // Stores the pending pair (name and the text from the segment start) in the list.
+    auto storePair = [&](bool last) {
+        if (haveName && nameLength > 0) {
+            if (last && nameCase == LowerCaseLastName) lowerCase(name, nameLength);
+            buffer[write] = '\0';
+            pairs.setValue(name, buffer + segment);
+            TORVANE_DEBUG(fileLogger(), "pair " << name << " = \"" << (buffer + segment) << "\"");
+        }
+        haveName = false;
+        nameLength = 0;
+        segment = write;
+    };
+
+    for (;;) {
+        const int c = in.read();
+        if (c < 0) break;
+        const char ch = static_cast<char>(c);
+        switch (ch) {
+            case '"':
+                inQuotes = !inQuotes;
+                break;
+            case '=':
+                if (haveName) {
+                    store(ch);
+                } else {
+                    unsigned begin = segment;
+                    unsigned end = write;
+                    while (begin < end && isBlank(buffer[begin])) ++begin;
+                    while (end > begin && isBlank(buffer[end - 1])) --end;
+                    nameLength = end - begin;
+                    std::memcpy(name, buffer + begin, nameLength);
+                    name[nameLength] = '\0';
+                    haveName = true;
+                    segment = write;
+                }
+                break;
+            case ',':
+                if (inQuotes || !haveName) {
+                    store(ch);
+                } else {
+                    storePair(false);
+                }
+                break;
+            case '\n':
+                if (inQuotes) {
+                    store(ch);
+                    break;
+                }
+                storePair(true);
+                return;
+            case '\r':
+                // Part of a CR LF line end outside quotes; kept otherwise.
+                if (!inQuotes && in.peek() == '\n') break;
+                store(ch);
+                break;
+            case ' ':
+                if (inQuotes) store(ch);
+                break;
+            default:
+                store(ch);
+                break;
+        }
+    }
+    storePair(true);
+}
+
+void KtSipDigestPairReader::sSplitScheme(const char* value, KtString& scheme, KtHandle<KtByteArray>& list) {
+    if (!value) value = "";
+    const char* blank = value;
+    while (*blank && *blank != ' ' && *blank != '\t') ++blank;
+    const unsigned schemeLength = static_cast<unsigned>(blank - value);
+    scheme = schemeLength ? KtString(value, schemeLength) : KtString("");
+    if (*blank) ++blank;
+    list = KtByteArray::sCreate(blank);
+}

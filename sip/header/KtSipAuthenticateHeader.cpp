@@ -1,0 +1,29 @@
+// The shape shared by WWW-Authenticate and Proxy-Authenticate.
+#include "KtSipAuthenticateHeader.h"
+
+#include "KtStreamTokenizer.h"
+#include "TorvaneLogger.h"
+
+TORVANE_FILE_LOGGER("calvoran.kt.KtSipAuthenticateHeader")
+
+KtSipAuthenticateHeader::KtSipAuthenticateHeader(const KtSipAuthenticateHeader& other)
+    : KtSipHeader(other), m_Challenge(other.m_Challenge.isNil() ? nullptr : other.m_Challenge->clone()) {}
+
+KtSipAuthenticateHeader::~KtSipAuthenticateHeader() = default;
+
+void KtSipAuthenticateHeader::doParse(KtInputStream& in) {
+    TORVANE_TRACE_SCOPE(fileLogger(), "KtSipAuthenticateHeader::doParse");
+    const KtString line = KtStreamTokenizer::sGetLine(in);
+    m_Challenge = KtSipChallengeInfo::sConstructFromValue(line.c_str());
+}
+
+void KtSipAuthenticateHeader::doSerialize(KtOutputStream& out) const {
+    TORVANE_TRACE_SCOPE(fileLogger(), "KtSipAuthenticateHeader::doSerialize");
+    if (m_Challenge.isNil()) return;
+    out << m_Challenge->getType() << ' ';
+    m_Challenge->serialize(out);
+}
+
+KtString KtSipAuthenticateHeader::getChallengeType() const {
+    return m_Challenge.isNil() ? KtString("") : m_Challenge->getType();
+}
