@@ -195,3 +195,31 @@ TEST(KtsipParse, ResponsesCrlfConversionAndTheLogArray) {
     EXPECT_EQ(keepAlive["exception"], "KtSipParseKeepAliveException");
     EXPECT_EQ(keepAlive["message"], "Keep-alive datagram encountered");
 }
+
+TEST(KtsipDigest, AnswerThenVerify) {
+    const std::string challenge =
+        "Digest realm=\"testrealm@host.com\",qop=\"auth,auth-int\",nonce=\"dcd98b7102dd2f0e8b11d0f600bfb0c093\","
+        "opaque=\"5ccc069c403ebaf9f0171e9517f40e41\"";
+    json answer = ktsipJson({"digest", "--json", "--challenge", challenge, "--user", "Mufasa", "--password",
+                             "Circle Of Life", "--method", "GET", "--uri", "/dir/index.html", "--qop", "auth",
+                             "--cnonce", "0a4f113b", "--nc", "1"});
+    EXPECT_EQ(answer["response"], "6629fae49393a05397450978507c4ef1");  // RFC 2617, section 3.5
+    std::string value = answer["value"];
+    EXPECT_EQ(value.rfind("Digest username=\"Mufasa\",realm=\"testrealm@host.com\",", 0), 0u) << value;
+
+    struct Row {
+        const char* password;
+        const char* realm;
+        bool valid;
+    } rows[] = {{"Circle Of Life", "testrealm@host.com", true},
+                {"circle of life", "testrealm@host.com", false},
+                {"Circle Of Life", "otherrealm", false}};
+    for (const Row& r : rows) {
+        json v = ktsipJson({"digest", "--json", "--verify", value, "--user", "Mufasa", "--password", r.password,
+                            "--realm", r.realm, "--method", "GET"});
+        EXPECT_EQ(v["valid"], r.valid) << r.password << " " << r.realm;
+    }
+    json basic = ktsipJson({"digest", "--json", "--challenge", "Basic realm=\"x\"", "--user", "u", "--password", "p",
+                            "--method", "GET", "--uri", "/"}, 1);
+    EXPECT_EQ(basic["message"], "Challenge type not supported !");
+}

@@ -2,5 +2,4 @@
 #include "Commands.h"
 
 int cmd::derive(const std::vector<std::string>&) { throw cli::UsageError("derive is not available yet"); }
-int cmd::digest(const std::vector<std::string>&) { throw cli::UsageError("digest is not available yet"); }
 int cmd::serve(const std::vector<std::string>&) { throw cli::UsageError("serve is not available yet"); }
