@@ -176,7 +176,7 @@ inline ThreadCache* threadCache() {
 }
 
 // Refills the thread list of `cls` from the shared list, carving a new slab when it is empty.
-FreeBlock* refillFromShared(PoolShared& s, unsigned cls, FreeBlock*& list, unsigned& count) {
+[[maybe_unused]] FreeBlock* refillFromShared(PoolShared& s, unsigned cls, FreeBlock*& list, unsigned& count) {
     std::lock_guard<std::mutex> lock(s.mutex);
     if (s.lists[cls] == nullptr) {
         std::size_t bsize = classSize(cls);
@@ -202,7 +202,7 @@ FreeBlock* refillFromShared(PoolShared& s, unsigned cls, FreeBlock*& list, unsig
     return list;
 }
 
-void flushToShared(PoolShared& s, unsigned cls, FreeBlock*& list, unsigned& count) {
+[[maybe_unused]] void flushToShared(PoolShared& s, unsigned cls, FreeBlock*& list, unsigned& count) {
     std::lock_guard<std::mutex> lock(s.mutex);
     for (unsigned i = 0; i < kBatch && list; ++i) {
         FreeBlock* b = list;

@@ -1,0 +1,43 @@
+// The Contact header.
+#include "KtSipContactHeader.h"
+
+#include "KtStreamTokenizer.h"
+
+TORVANE_FILE_LOGGER("calvoran.kt.KtSipContactHeader")
+
+KT_SIP_HEADER_REGISTER_COMPACT(KtSipContactHeader, "Contact", "m")
+
+KtSipContactHeader::KtSipContactHeader() : m_wildcard(false) {}
+
+KtSipContactHeader::KtSipContactHeader(const char* text) : m_wildcard(false) {
+    TORVANE_TRACE_SCOPE(fileLogger(), "KtSipContactHeader ctor");
+    parseText(text);
+}
+
+KtSipContactHeader::KtSipContactHeader(const KtSipContactHeader& other)
+    : KtSipCompactHeaderImpl(other), m_wildcard(other.m_wildcard), m_comment(other.m_comment) {}
+
+KtSipContactHeader::~KtSipContactHeader() {}
+
+void KtSipContactHeader::doParse(KtInputStream& in) {
+    TORVANE_TRACE_SCOPE(fileLogger(), "KtSipContactHeader::doParse");
+    KtStreamTokenizer::sDiscardWhite(in);
+    if (in.peek() == '*') {
+        // The wildcard stands alone: whatever follows the star is left to the framework,
+        // which skips it up to the next comma.
+        in.read();
+        m_wildcard = true;
+        return;
+    }
+    KtSipNameAddrParamsHeader::doParse(in);
+}
+
+void KtSipContactHeader::doSerialize(KtOutputStream& out) const {
+    TORVANE_TRACE_SCOPE(fileLogger(), "KtSipContactHeader::doSerialize");
+    if (m_wildcard)
+        out << '*';
+    else
+        out << m_nameAddress;
+    serializeParameters(out);
+    if (!m_comment.empty()) out << " (" << m_comment << ")";
+}

@@ -1,0 +1,34 @@
+// The Content-Type header: the media type of the body.
+#ifndef KTSIP_KT_SIP_CONTENT_TYPE_HEADER_H
+#define KTSIP_KT_SIP_CONTENT_TYPE_HEADER_H
+
+#include "KtSipMediaTypeHeader.h"
+
+/// Content-Type (compact "c", id 21): `type/subtype` with parameters such as charset.
+/// A malformed value fails with the media-type shape's message "Invalid Accept header".
+class KtSipContentTypeHeader
+    : public KtSipCompactHeaderImpl<KtSipContentTypeHeader, HeaderContentType, KtSipMediaTypeHeader> {
+public:
+    static const KtString sToken;         ///< "Content-Type"
+    static const KtString sCompactToken;  ///< "c"
+
+    /// Empty type, subtype and parameter list.
+    KtSipContentTypeHeader();
+    /// Parses the header value `text`, for example "text/plain;charset=utf-8".
+    explicit KtSipContentTypeHeader(const char* text);
+    /// Copy (parameters cloned; next is nil).
+    KtSipContentTypeHeader(const KtSipContentTypeHeader& other);
+    ~KtSipContentTypeHeader() override;
+
+    /// "type/subtype" as a new string.
+    KtString getMediaType() const { return joinMedia(); }
+    /// Sets type and subtype from "type/subtype" (split at the first "/"); a text without
+    /// "/" is the type with the subtype "*"; null gives "*" for both.
+    void setMediaType(const char* mediaType) { splitMedia(mediaType); }
+    /// The type ("text" of text/plain).
+    const KtConstString& getType() const { return m_type; }
+    /// The subtype ("plain" of text/plain).
+    const KtConstString& getSubtype() const { return m_subtype; }
+};
+
+#endif

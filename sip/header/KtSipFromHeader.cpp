@@ -1,0 +1,45 @@
+// The From header.
+#include "KtSipFromHeader.h"
+
+TORVANE_FILE_LOGGER("calvoran.kt.KtSipFromHeader")
+
+KT_SIP_HEADER_REGISTER_COMPACT(KtSipFromHeader, "From", "f")
+
+KtSipFromHeader::KtSipFromHeader() {}
+
+KtSipFromHeader::KtSipFromHeader(const char* text) {
+    TORVANE_TRACE_SCOPE(fileLogger(), "KtSipFromHeader ctor (1)");
+    parseText(text);
+    checkValidity();
+}
+
+KtSipFromHeader::KtSipFromHeader(const KtHandle<KtSipNameAddress>& nameAddress,
+                                 const KtHandle<KtParameters>& parameters) {
+    TORVANE_TRACE_SCOPE(fileLogger(), "KtSipFromHeader ctor (2)");
+    assignClones(nameAddress, parameters);
+    checkValidity();
+}
+
+KtSipFromHeader::KtSipFromHeader(const KtHandle<KtSipURL>& url, const KtHandle<KtParameters>& parameters) {
+    TORVANE_TRACE_SCOPE(fileLogger(), "KtSipFromHeader ctor (3)");
+    assignURL(url, parameters);
+    checkValidity();
+}
+
+KtSipFromHeader::KtSipFromHeader(const KtSipFromHeader& other) : KtSipCompactHeaderImpl(other) {
+    TORVANE_TRACE_SCOPE(fileLogger(), "KtSipFromHeader copy ctor");
+    checkValidity();
+}
+
+KtSipFromHeader::~KtSipFromHeader() {}
+
+void KtSipFromHeader::doParse(KtInputStream& in) {
+    TORVANE_TRACE_SCOPE(fileLogger(), "KtSipFromHeader::doParse");
+    KtSipNameAddrParamsHeader::doParse(in);
+    checkValidity();
+}
+
+void KtSipFromHeader::checkValidity() {
+    TORVANE_TRACE_SCOPE(fileLogger(), "KtSipFromHeader::checkValidity");
+    checkAddress("Invalid From header");
+}

@@ -1,0 +1,43 @@
+// The From header: the initiator's name-address and header parameters (the dialog tag).
+#ifndef KTSIP_KT_SIP_FROM_HEADER_H
+#define KTSIP_KT_SIP_FROM_HEADER_H
+
+#include "KtSipNameAddrParamsHeader.h"
+
+/// From (compact "f", id 2). Every constructor but the default one, and every parse,
+/// ends with checkValidity: the URI must be present, and a sip: URL with URI parameters
+/// loses "transport", "maddr", "ttl" and its headers.
+class KtSipFromHeader
+    : public KtSipCompactHeaderImpl<KtSipFromHeader, HeaderFrom, KtSipNameAddrParamsHeader> {
+public:
+    static const KtString sToken;         ///< "From"
+    static const KtString sCompactToken;  ///< "f"
+
+    /// An empty name-address and an empty parameter list (no check).
+    KtSipFromHeader();
+    /// Parses the header value `text` (what follows the colon), for example
+    /// `"Alice" <sip:alice@host>;tag=1`. Throws KtSipParseError on malformed text.
+    explicit KtSipFromHeader(const char* text);
+    /// Clones of `nameAddress` and `parameters` (empty ones for nil handles; a nil
+    /// name-address therefore fails the check).
+    KtSipFromHeader(const KtHandle<KtSipNameAddress>& nameAddress, const KtHandle<KtParameters>& parameters);
+    /// A name-address without display name around `url` (held: the check edits the
+    /// caller's URL in place) and a clone of `parameters`.
+    KtSipFromHeader(const KtHandle<KtSipURL>& url, const KtHandle<KtParameters>& parameters);
+    /// Deep copy (next is nil), checked.
+    KtSipFromHeader(const KtSipFromHeader& other);
+    ~KtSipFromHeader() override;
+
+    /// Reads the name-address and parameters, then checks them.
+    void doParse(KtInputStream& in) override;
+    /// Throws KtSipParseError "Invalid From header" when there is no URI; strips
+    /// transport, maddr, ttl and the URL headers from a sip: URL that has parameters.
+    void checkValidity();
+
+    /// The "tag" parameter; nil when absent.
+    KtString getTag() const { return m_parameters->getValue(KtSipHeader::sTagToken); }
+    /// Sets the "tag" parameter.
+    void setTag(const char* tag) { m_parameters->setValue(KtSipHeader::sTagToken, tag); }
+};
+
+#endif

@@ -1,0 +1,82 @@
+// The name-address-with-parameters header shape.
+#include "KtSipNameAddrParamsHeader.h"
+
+#include <typeinfo>
+
+TORVANE_FILE_LOGGER("calvoran.kt.KtSipNameAddrParamsHeader")
+
+KtSipNameAddrParamsHeader::KtSipNameAddrParamsHeader(const KtString& token, HeaderID id)
+    : KtSipNameAddrHeader(token, id), m_parameters(new KtParameters(';')) {}
+
+KtSipNameAddrParamsHeader::KtSipNameAddrParamsHeader(const KtSipNameAddrParamsHeader& other)
+    : KtSipNameAddrHeader(other),
+      m_parameters(other.m_parameters.isNil() ? new KtParameters(';') : other.m_parameters->clone()) {}
+
+KtSipNameAddrParamsHeader::~KtSipNameAddrParamsHeader() {}
+
+void KtSipNameAddrParamsHeader::setParameters(const KtHandle<KtParameters>& parameters) {
+    if (parameters.isNil())
+        m_parameters = new KtParameters(';');
+    else
+        m_parameters = parameters;
+}
+
+void KtSipNameAddrParamsHeader::doParse(KtInputStream& in) {
+    TORVANE_TRACE_SCOPE(fileLogger(), "KtSipNameAddrParamsHeader::doParse");
+    parseNameAddress(in);
+    parseParameters(in);
+}
+
+void KtSipNameAddrParamsHeader::doSerialize(KtOutputStream& out) const {
+    TORVANE_TRACE_SCOPE(fileLogger(), "KtSipNameAddrParamsHeader::doSerialize");
+    out << m_nameAddress;
+    serializeParameters(out);
+}
+
+void KtSipNameAddrParamsHeader::parseParameters(KtInputStream& in) {
+    in.mark(1);
+    const int c = in.read();
+    // Bytes 0..13 (tab, LF, CR) and the end of the input (-1) end the value; a byte above
+    // 127 is negative as a signed byte and ends it too. The character stays consumed.
+    if (static_cast<signed char>(c) <= 13 || c < 0) return;
+    if (c != ';') in.reset();
+    if (m_parameters.isNil()) m_parameters = new KtParameters(';');
+    m_parameters->parse(in);
+}
+
+void KtSipNameAddrParamsHeader::serializeParameters(KtOutputStream& out) const {
+    if (m_parameters.isNil() || m_parameters->empty()) return;
+    out << ';';
+    m_parameters->serialize(out);
+}
+
+void KtSipNameAddrParamsHeader::assignClones(const KtHandle<KtSipNameAddress>& nameAddress,
+                                             const KtHandle<KtParameters>& parameters) {
+    m_nameAddress = nameAddress.isNil() ? new KtSipNameAddress() : nameAddress->clone();
+    m_parameters = parameters.isNil() ? new KtParameters(';') : parameters->clone();
+}
+
+void KtSipNameAddrParamsHeader::assignURL(const KtHandle<KtSipURL>& url, const KtHandle<KtParameters>& parameters) {
+    m_nameAddress = new KtSipNameAddress("", KtHandle<KtURI>(url));
+    m_parameters = parameters.isNil() ? new KtParameters(';') : parameters->clone();
+}
+
+void KtSipNameAddrParamsHeader::checkAddress(const char* message) {
+    // A fresh name-address holds an empty generic URI as a placeholder: it counts as no URI,
+    // so that a header built from a nil name-address or URL is refused.
+    if (m_nameAddress.isNil()) KtSipParseError::sThrow(message);
+    const KtHandle<KtURI>& uri = m_nameAddress->getURI();
+    if (uri.isNil() || (typeid(*uri.get()) == typeid(KtURI) && uri->getScheme().empty() && uri->getSchemeData().empty()))
+        KtSipParseError::sThrow(message);
+
+    // Only a sip: URL is checked further (a cast, not getURL, which reports other schemes
+    // as an assertion failure).
+    KtHandle<KtSipURL> url = uri.dynamicCast<KtSipURL>();
+    if (url.isNil() || !url->hasParameters()) return;
+    const KtHandle<KtParameters>& parameters = url->getParameters();
+    parameters->removeValue("transport");
+    parameters->removeValue("maddr");
+    parameters->removeValue("ttl");
+    // The URL headers are dropped only in this branch: a URL without parameters keeps them.
+    url->getHeaders()->clear();
+}

@@ -1,0 +1,54 @@
+// The name-address-with-parameters shape: From, To, Contact, Referred-By, CC-Diversion.
+#ifndef KTSIP_KT_SIP_NAME_ADDR_PARAMS_HEADER_H
+#define KTSIP_KT_SIP_NAME_ADDR_PARAMS_HEADER_H
+
+#include "KtParameters.h"
+#include "KtSipNameAddrHeader.h"
+#include "KtSipURL.h"
+
+/// A header holding a name-address followed by header parameters
+/// (`"Bob" <sip:bob@host>;tag=1;expires=60`). The parameter list is never nil; a new one
+/// is empty with the separator ";".
+class KtSipNameAddrParamsHeader : public KtSipNameAddrHeader {
+public:
+    ~KtSipNameAddrParamsHeader() override;
+
+    /// The header parameters (never nil).
+    const KtHandle<KtParameters>& getParameters() const { return m_parameters; }
+    /// Replaces the parameter list (held, not copied); nil gives an empty list.
+    void setParameters(const KtHandle<KtParameters>& parameters);
+    /// The value of header parameter `name`; nil when absent or without value.
+    KtString getParameter(const char* name) const { return m_parameters->getValue(name); }
+
+    /// Reads the name-address, then the parameters that follow it (see parseParameters).
+    void doParse(KtInputStream& in) override;
+    /// Writes the name-address, then ";" and the parameters when there are any.
+    void doSerialize(KtOutputStream& out) const override;
+
+protected:
+    KtSipNameAddrParamsHeader(const KtString& token, HeaderID id);
+    /// Deep copy: name-address and parameter list cloned (empty ones where nil).
+    KtSipNameAddrParamsHeader(const KtSipNameAddrParamsHeader& other);
+
+    /// Reads the parameters after the address: one character is looked at; at the end of
+    /// the input, CR, LF or tab (any byte of 13 or below as a signed byte) nothing more is
+    /// read and that character stays consumed; otherwise a ";" is consumed (any other
+    /// character is put back) and the list is read up to a "," or the line end.
+    void parseParameters(KtInputStream& in);
+    /// Writes ";" and the parameters when the list is not empty.
+    void serializeParameters(KtOutputStream& out) const;
+    /// Takes clones of `nameAddress` and `parameters` (new empty ones for nil handles).
+    void assignClones(const KtHandle<KtSipNameAddress>& nameAddress, const KtHandle<KtParameters>& parameters);
+    /// Takes a new name-address with no display name around `url` (held, not copied) and
+    /// a clone of `parameters` (a new empty list for nil).
+    void assignURL(const KtHandle<KtSipURL>& url, const KtHandle<KtParameters>& parameters);
+    /// The address check of From and To: throws KtSipParseError `message` when the
+    /// name-address or its URI is missing (an empty generic URI counts as missing); for a
+    /// sip: URL that has URI parameters, removes "transport", "maddr" and "ttl" and clears
+    /// the URL headers, in place.
+    void checkAddress(const char* message);
+
+    KtHandle<KtParameters> m_parameters;
+};
+
+#endif
