@@ -1,0 +1,142 @@
+// The name-address: display name and URI.
+#include "KtSipNameAddress.h"
+
+#include <cstring>
+
+#include "KtSipParseError.h"
+#include "KtStreamTokenizer.h"
+#include "TorvaneAssert.h"
+#include "TorvaneLogger.h"
+
+TORVANE_FILE_LOGGER("calvoran.kt.KtSipNameAddress")
+
+namespace {
+// Size of the work buffer for the text in front of the URI (at most 1023 characters).
+const unsigned kNameBufferSize = 1024;
+const char kTooLong[] = "Invalid SIP Name Address";
+}  // namespace
+
+KtSipNameAddress::KtSipNameAddress() : m_URI(new KtURI()), m_AngleBrackets(false), m_URIInBracket(false) {}
+
+KtSipNameAddress::KtSipNameAddress(const char* displayName, const KtHandle<KtURI>& uri)
+    : m_DisplayName(displayName), m_URI(uri.isNil() ? KtHandle<KtURI>(new KtURI()) : uri),
+      m_AngleBrackets(displayName != nullptr && *displayName != '\0'), m_URIInBracket(true) {}
+
+KtSipNameAddress::KtSipNameAddress(const KtSipNameAddress& rNameAddress)
+    : KtObject(), m_DisplayName(rNameAddress.m_DisplayName), m_AngleBrackets(rNameAddress.m_AngleBrackets),
+      m_URIInBracket(rNameAddress.m_URIInBracket) {
+    TORVANE_TRACE(fileLogger(), "KtSipNameAddress copy ctor");
+    if (!rNameAddress.m_URI.isNil()) {
+        m_URI = TORVANE_DYNCAST_ASSERT(KtURI, rNameAddress.m_URI->clone());
+    }
+    if (m_URI.isNil()) m_URI = new KtURI();
+}
+
+KtSipNameAddress::~KtSipNameAddress() {}
+
+KtSipNameAddress* KtSipNameAddress::clone() const { return new KtSipNameAddress(*this); }
+
+void KtSipNameAddress::setURI(const KtHandle<KtURI>& uri) { m_URI = uri.isNil() ? KtHandle<KtURI>(new KtURI()) : uri; }
+
+KtHandle<KtSipURL> KtSipNameAddress::getURL() const {
+    KtURI* pObject = m_URI.get();
+    if (pObject == nullptr || !pObject->isSipURL()) {
+        TORVANE_DEBUG(fileLogger(), "KtSipNameAddress::getURL returns NULL since "
+                                        << (pObject ? pObject->getString() : KtString()) << " isn't a SIP URL");
+    }
+    return KtHandle<KtSipURL>(TORVANE_DYNCAST_ASSERT(KtSipURL, pObject));
+}
+
+void KtSipNameAddress::parse(const char* text) {
+    const char* t = text ? text : "";
+    TORVANE_DEBUG(fileLogger(), "Parsing " << t << " into an KtSipNameAddress");
+    KtByteArrayInputStream in(t, static_cast<unsigned>(std::strlen(t)));
+    parse(in);
+}
+
+// The text in front of the URI is collected until "<" (a display name follows, then the
+// bracketed URI) or ":" (the text was the scheme of a bare URI). A quoted display name is
+// copied whole: a backslash takes the next character into the string, so neither an escaped
+// quote nor the character after an escaped backslash can end it early. The stream is then
+// put back where the URI starts and the URI is read by the scheme dispatch.
+void KtSipNameAddress::parse(KtInputStream& in) {
+    TORVANE_TRACE_SCOPE(fileLogger(), "KtSipNameAddress::parse");
+    char buffer[kNameBufferSize];
+    unsigned w = 0;
+    m_AngleBrackets = false;
+
+    KtStreamTokenizer::sDiscardWhite(in);
+    in.mark(kNameBufferSize);
+    for (;;) {
+        if (w > kNameBufferSize - 1) KtSipParseError::sThrow(kTooLong);
+        const int c = in.read();
+        if (c == ':' || c < 0) break;
+        if (c == '"') {
+            buffer[w++] = '"';
+            bool escaped = false;
+            for (;;) {
+                in.mark(1);
+                const int q = in.read();
+                if (q < 0) KtSipParseError::sThrow("Invalid quote in KtSipNameAddress");
+                if (w >= kNameBufferSize) KtSipParseError::sThrow(kTooLong);
+                buffer[w++] = static_cast<char>(q);
+                if (escaped) {
+                    escaped = false;
+                } else if (q == '\\') {
+                    escaped = true;
+                } else if (q == '"') {
+                    break;
+                }
+            }
+            continue;
+        }
+        if (c == '\n') {
+            m_DisplayName = KtString(buffer, w);
+            KtSipParseError::sThrow("URL not specified");
+        }
+        if (c == '<') {
+            KtString name(buffer, w);
+            name.trim();
+            m_DisplayName = name;
+            m_AngleBrackets = true;
+            break;
+        }
+        buffer[w++] = static_cast<char>(c);
+    }
+
+    in.reset();
+    if (m_AngleBrackets) {
+        // Forward to the "<" so that the URI parser sees it.
+        for (;;) {
+            in.mark(1);
+            const int c = in.read();
+            if (c == '<' || c < 0) break;
+        }
+        in.reset();
+    }
+    m_URI = KtURI::sConstructFrom(in, m_URIInBracket);
+}
+
+void KtSipNameAddress::serialize(KtOutputStream& out) const {
+    if (!m_DisplayName.empty()) out << m_DisplayName << " ";
+    out << "<";
+    if (!m_URI.isNil()) out << m_URI->getString();
+    out << ">";
+}
+
+KtString KtSipNameAddress::getString() const {
+    KtByteArrayOutputStream out(128);
+    serialize(out);
+    return KtString(out.data(), out.size());
+}
+
+KtOutputStream& operator<<(KtOutputStream& out, const KtHandle<KtSipNameAddress>& nameAddress) {
+    if (!nameAddress.isNil()) nameAddress->serialize(out);
+    return out;
+}
+
+KtInputStream& operator>>(KtInputStream& in, KtHandle<KtSipNameAddress>& nameAddress) {
+    if (nameAddress.isNil()) nameAddress = new KtSipNameAddress();
+    nameAddress->parse(in);
+    return in;
+}

@@ -1,0 +1,136 @@
+// The name-address: display names, bracketed and bare URIs, output form.
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "KtSipNameAddress.h"
+#include "KtSipParseError.h"
+#include "KtTelURL.h"
+
+namespace {
+
+std::string rest(const KtInputStream& in) { return std::string(in.current(), in.end()); }
+
+std::string written(const KtHandle<KtSipNameAddress>& na) {
+    KtByteArrayOutputStream out;
+    out << na;
+    return std::string(out.data(), out.size());
+}
+
+struct Case {
+    const char* name;
+    const char* input;
+    const char* display;
+    bool angle;
+    const char* uri;
+    const char* output;
+    const char* rest;
+};
+
+TEST(KtSipNameAddress, Parse) {
+    const Case cases[] = {
+        {"quoted name with escaped quotes", "\"Bob \\\"B\\\" Smith\" <sip:bob@b>", "\"Bob \\\"B\\\" Smith\"", true,
+         "sip:bob@b", "\"Bob \\\"B\\\" Smith\" <sip:bob@b>", ""},
+        {"escaped backslash before the closing quote", "\"a\\\\\" <sip:x@y>", "\"a\\\\\"", true, "sip:x@y",
+         "\"a\\\\\" <sip:x@y>", ""},
+        {"quoted name with < and :", "\"Q \\\"<a:b>\"<sip:x@y>", "\"Q \\\"<a:b>\"", true, "sip:x@y",
+         "\"Q \\\"<a:b>\" <sip:x@y>", ""},
+        {"token name trimmed", "Bob <sip:gw1>", "Bob", true, "sip:gw1", "Bob <sip:gw1>", ""},
+        {"several tokens", "  J  Rosenberg\t<sip:j@e>;tag=1", "J  Rosenberg", true, "sip:j@e",
+         "J  Rosenberg <sip:j@e>", ";tag=1"},
+        {"bare URI", "sip:gw1", "", false, "sip:gw1", "<sip:gw1>", ""},
+        {"brackets without name", "<sip:gw1>", "", true, "sip:gw1", "<sip:gw1>", ""},
+        {"bare URI leaves its parameters", "sip:gw2;tag=1", "", false, "sip:gw2", "<sip:gw2>", ";tag=1"},
+        {"bracketed URI keeps its parameters", "<sip:a@b;lr>;expires=3, sip:c@d", "", true, "sip:a@b;lr",
+         "<sip:a@b;lr>", ";expires=3, sip:c@d"},
+        {"tel URI", "Fax <tel:+1-212;ext=1>", "Fax", true, "tel:+1-212;ext=1", "Fax <tel:+1-212;ext=1>", ""},
+        {"generic URI", "<mailto:bob@b>;x", "", true, "mailto:bob@b", "<mailto:bob@b>", ";x"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        KtHandle<KtSipNameAddress> na;
+        KtByteArrayInputStream in(c.input, static_cast<unsigned>(std::strlen(c.input)));
+        in >> na;
+        ASSERT_FALSE(na.isNil());
+        EXPECT_EQ(std::string(c.display), na->getDisplayName().c_str());
+        EXPECT_EQ(c.angle, na->getAngleBrackets());
+        EXPECT_EQ(std::string(c.uri), na->getURI()->getString().c_str());
+        EXPECT_EQ(std::string(c.output), written(na));
+        EXPECT_EQ(std::string(c.rest), rest(in));
+    }
+}
+
+TEST(KtSipNameAddress, DisplayNameKeepsNulBytes) {
+    const char text[] = "\"N\\\0L\" <sip:a@b>";
+    KtByteArrayInputStream in(text, sizeof text - 1);
+    KtSipNameAddress na;
+    na.parse(in);
+    EXPECT_EQ(std::string("\"N\\\0L\"", 6), std::string(na.getDisplayName().c_str(), na.getDisplayName().length()));
+}
+
+TEST(KtSipNameAddress, Errors) {
+    struct ErrorCase {
+        std::string input;
+        const char* message;
+    } cases[] = {
+        {"Bob\r\n<sip:a@b>", "URL not specified"},
+        {"\"Bob <sip:a@b>", "Invalid quote in KtSipNameAddress"},
+        {std::string(1024, 'n') + "<sip:a@b>", "Invalid SIP Name Address"},
+        {"\"" + std::string(1023, 'n') + "\"<sip:a@b>", "Invalid SIP Name Address"},
+        {"<sip:a@b", "Sip URL wrong format"},
+    };
+    for (const ErrorCase& c : cases) {
+        SCOPED_TRACE(c.input.substr(0, 40));
+        KtSipNameAddress na;
+        try {
+            na.parse(c.input.c_str());
+            FAIL() << "no exception";
+        } catch (const KtSipParseError& e) {
+            EXPECT_STREQ(c.message, e.getMessage());
+        }
+    }
+    // The display name read before a line end is kept as it was, untrimmed.
+    KtSipNameAddress na;
+    EXPECT_THROW(na.parse("Bob \r\n"), KtSipParseError);
+    EXPECT_STREQ("Bob \r", na.getDisplayName().c_str());
+    // 1023 characters in front of the URI still fit.
+    na.parse((std::string(1023, 'n') + "<sip:a@b>").c_str());
+    EXPECT_EQ(1023u, na.getDisplayName().length());
+}
+
+TEST(KtSipNameAddress, GetURL) {
+    KtSipNameAddress sip;
+    sip.parse("<sip:a@b>");
+    ASSERT_FALSE(sip.getURL().isNil());
+    EXPECT_STREQ("b", sip.getURL()->getHost().c_str());
+    KtSipNameAddress tel;
+    tel.parse("<tel:+1>");
+    EXPECT_TRUE(tel.getURL().isNil());
+    EXPECT_TRUE(KtSipNameAddress().getURL().isNil());
+}
+
+TEST(KtSipNameAddress, ConstructionAndCopy) {
+    KtHandle<KtURI> url = new KtSipURL("sip:a@b;p=1");
+    KtHandle<KtSipNameAddress> named = new KtSipNameAddress("Al", url);
+    EXPECT_TRUE(named->getAngleBrackets());
+    EXPECT_TRUE(named->getURIInBracket());
+    EXPECT_EQ(url.get(), named->getURI().get());
+    EXPECT_FALSE(KtSipNameAddress("", url).getAngleBrackets());
+    EXPECT_FALSE(KtSipNameAddress().getURIInBracket());
+
+    KtHandle<KtSipNameAddress> copy = named->clone();
+    EXPECT_NE(url.get(), copy->getURI().get());
+    EXPECT_EQ(named->getDisplayName().get(), copy->getDisplayName().get());
+    copy->getURL()->setParameter("p", "2");
+    EXPECT_STREQ("Al <sip:a@b;p=1>", named->getString().c_str());
+    EXPECT_STREQ("Al <sip:a@b;p=2>", copy->getString().c_str());
+
+    // With the in-bracket flag, a bare URI keeps its parameters.
+    KtSipNameAddress bare;
+    bare.setURIInBracket(true);
+    bare.parse("sip:gw2;lr");
+    EXPECT_STREQ("<sip:gw2;lr>", bare.getString().c_str());
+    EXPECT_EQ("", written(KtHandle<KtSipNameAddress>()));
+}
+
+}  // namespace
