@@ -8,7 +8,8 @@
 /// The Authentication-Info header (RFC 3261 20.6): the server's answer to successful Digest
 /// credentials, a comma-separated pair list (nextnonce, rspauth, qop, nc, cnonce, ...).
 /// The whole line is one header: its commas never split it. Names keep their case.
-class KtSipAuthenticationInfoHeader : public KtSipHeaderImpl<KtSipAuthenticationInfoHeader, HeaderAuthenticationInfo> {
+class KtSipAuthenticationInfoHeader
+    : public KtSipHeaderImpl<KtSipAuthenticationInfoHeader, HeaderAuthenticationInfo> {
 public:
     /// "Authentication-Info".
     static const KtString sToken;

@@ -1,0 +1,9 @@
+// The Allow header.
+#include "KtSipAllowHeader.h"
+
+TORVANE_FILE_LOGGER("calvoran.kt.KtSipAllowHeader")
+
+KT_SIP_HEADER_REGISTER(KtSipAllowHeader, "Allow")
+
+KT_SIP_TOKEN_HEADER_SYNTAX(KtSipAllowHeader,
+                           KtSipTokenHeader::sTokenSeparators(), true, "Empty method in Allow header", false)

@@ -1,0 +1,31 @@
+// The CSeq header.
+#include "KtSipCSeqHeader.h"
+
+#include "KtSipTokenHeader.h"
+#include "KtStreamTokenizer.h"
+
+TORVANE_FILE_LOGGER("calvoran.kt.KtSipCSeqHeader")
+
+KT_SIP_HEADER_REGISTER(KtSipCSeqHeader, "CSeq")
+
+KtSipCSeqHeader::KtSipCSeqHeader() : m_Number(0) {}
+
+KtSipCSeqHeader::KtSipCSeqHeader(unsigned number, const char* method) : m_Number(number) {
+    m_Method.assign(method);
+}
+
+void KtSipCSeqHeader::doParse(KtInputStream& in) {
+    TORVANE_TRACE_SCOPE(fileLogger(), "KtSipCSeqHeader::doParse");
+    unsigned number = 0;
+    if (!KtStreamTokenizer::sGetUnsigned(in, number)) KtSipParseError::sThrow("Invalid CSeq header");
+    KtString method;
+    method.mutableBuffer()->parse(in, KtSipTokenHeader::sMethodSeparators());
+    if (method.empty()) KtSipParseError::sThrow("Invalid CSeq header");
+    m_Number = number;
+    m_Method = KtConstString(method);
+}
+
+void KtSipCSeqHeader::doSerialize(KtOutputStream& out) const {
+    TORVANE_TRACE_SCOPE(fileLogger(), "KtSipCSeqHeader::doSerialize");
+    out << m_Number << ' ' << m_Method;
+}

@@ -1,0 +1,9 @@
+// The MIME-Version header.
+#include "KtSipMIMEVersionHeader.h"
+
+TORVANE_FILE_LOGGER("calvoran.kt.KtSipMIMEVersionHeader")
+
+KT_SIP_HEADER_REGISTER(KtSipMIMEVersionHeader, "MIME-Version")
+
+KT_SIP_TOKEN_HEADER_SYNTAX(KtSipMIMEVersionHeader,
+                           KtSipTokenHeader::sTokenSeparators(), true, "Invalid MIMEVersion header", false)

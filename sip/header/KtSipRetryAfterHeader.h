@@ -1,0 +1,70 @@
+// The Retry-After header.
+#ifndef KTSIP_KT_SIP_RETRY_AFTER_HEADER_H
+#define KTSIP_KT_SIP_RETRY_AFTER_HEADER_H
+
+#include "KtDate.h"
+#include "KtSipHeader.h"
+
+/// Retry-After: seconds, or a date, with an optional "(comment)" and duration parameter.
+/// In the seconds form only the number is read (what follows is left to the header line
+/// reader); the comment and duration are read in the date form only.
+class KtSipRetryAfterHeader : public KtSipHeaderImpl<KtSipRetryAfterHeader, HeaderRetryAfter> {
+public:
+    static const KtString sToken;
+    static const char sDuration[];  ///< "duration"
+    /// Longest date text and comment read, in bytes.
+    static const unsigned MAX_TEXT = 256;
+
+    /// 0 seconds, no comment, no duration.
+    KtSipRetryAfterHeader();
+    /// `seconds`, no comment, no duration.
+    explicit KtSipRetryAfterHeader(unsigned seconds);
+    KtSipRetryAfterHeader(const KtSipRetryAfterHeader& other) = default;
+
+    /// True when the value is a date.
+    bool isDate() const { return m_IsDate; }
+    /// The seconds (0 for a date).
+    unsigned getSeconds() const { return m_Seconds; }
+    /// The date (the epoch for seconds).
+    const KtDate& getDate() const { return m_Date; }
+    /// The comment without its parentheses; empty when absent.
+    const KtString& getComment() const { return m_Comment; }
+    /// True when a duration is set.
+    bool hasDuration() const { return m_HasDuration; }
+    /// The duration in seconds (0 when unset).
+    unsigned getDuration() const { return m_Duration; }
+
+    /// Makes the value `seconds`.
+    void setSeconds(unsigned seconds);
+    /// Makes the value the date `date`.
+    void setDate(const KtDate& date);
+    /// Replaces the comment (null or empty removes it).
+    void setComment(const char* comment) { m_Comment = comment && *comment ? KtString(comment) : KtString(); }
+    /// Sets the duration.
+    void setDuration(unsigned seconds) {
+        m_Duration = seconds;
+        m_HasDuration = true;
+    }
+    /// Removes the duration.
+    void clearDuration() {
+        m_Duration = 0;
+        m_HasDuration = false;
+    }
+
+    /// Reads seconds, or a date with its optional comment and duration. Throws
+    /// KtSipParseError "Invalid Retry-After header", "Missing ')' for comment" or
+    /// "Invalid Date in Retry-After header".
+    void doParse(KtInputStream& in) override;
+    /// Writes the value, then " (comment)" and "; duration=N" when set.
+    void doSerialize(KtOutputStream& out) const override;
+
+private:
+    bool m_IsDate;
+    unsigned m_Seconds;
+    KtDate m_Date;
+    KtString m_Comment;
+    bool m_HasDuration;
+    unsigned m_Duration;
+};
+
+#endif

@@ -1,0 +1,29 @@
+// The Session header.
+#ifndef KTSIP_KT_SIP_SESSION_HEADER_H
+#define KTSIP_KT_SIP_SESSION_HEADER_H
+
+#include "KtSipKeywordHeader.h"
+
+/// Session: "Media" (0), "QoS" (1) or "Security" (2), matched ignoring case. Any other
+/// word (one longer than eight characters included) throws KtSipParseError
+/// "Invalid value in Session header".
+class KtSipSessionHeader : public KtSipHeaderImpl<KtSipSessionHeader, HeaderSession, KtSipKeywordHeader> {
+public:
+    static const KtString sToken;
+
+    /// Session Media.
+    KtSipSessionHeader() = default;
+    /// The session `session` (throws as setSession).
+    explicit KtSipSessionHeader(const char* session) { setKeyword(session); }
+    KtSipSessionHeader(const KtSipSessionHeader& other) = default;
+
+    /// Sets the session from its word.
+    void setSession(const char* session) { setKeyword(session); }
+    /// The session word ("Media", "QoS", "Security").
+    const char* getSession() const { return getKeyword(); }
+
+protected:
+    const KtSipKeywordSyntax& getSyntax() const override;
+};
+
+#endif

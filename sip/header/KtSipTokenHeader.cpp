@@ -1,0 +1,88 @@
+// The token/text header shape and the separator sets of the token grammar.
+#include "KtSipTokenHeader.h"
+
+#include "KtStreamTokenizer.h"
+
+TORVANE_FILE_LOGGER("calvoran.kt.KtSipTokenHeader")
+
+KtSipTokenHeader::KtSipTokenHeader(const KtSipTokenHeader& other)
+    : KtSipHeader(other),
+      m_Value(other.m_Value),
+      m_Parameters(other.m_Parameters.isNil() ? nullptr : other.m_Parameters->clone()) {}
+
+KtSipTokenHeader::~KtSipTokenHeader() {}
+
+void KtSipTokenHeader::setParameter(const char* name, const char* value) {
+    if (m_Parameters.isNil()) m_Parameters = new KtParameters(';');
+    m_Parameters->setValue(name, value);
+}
+
+void KtSipTokenHeader::doParse(KtInputStream& in) {
+    const KtSipTokenSyntax& syntax = getSyntax();
+    TORVANE_TRACE_SCOPE(syntax.logger, syntax.parseScope);
+    KtString value;
+    KtStringBuffer* buffer = value.mutableBuffer();
+    buffer->parse(in, syntax.stops);
+    if (syntax.trim) buffer->trim();
+    if (buffer->empty()) {
+        if (syntax.emptyError) KtSipParseError::sThrow(syntax.emptyError);
+        m_Value = KtConstString();
+    } else {
+        m_Value = KtConstString(value);
+    }
+    m_Parameters.clear();
+    if (syntax.parameters) {
+        KtStreamTokenizer::sDiscardWhite(in);
+        if (in.peek() == ';') {
+            in.read();
+            m_Parameters = new KtParameters(';');
+            m_Parameters->parse(in);
+        }
+    }
+    TORVANE_DEBUG(syntax.logger, syntax.parseScope << " value=\"" << m_Value.c_str() << '"');
+}
+
+void KtSipTokenHeader::doSerialize(KtOutputStream& out) const {
+    const KtSipTokenSyntax& syntax = getSyntax();
+    TORVANE_TRACE_SCOPE(syntax.logger, syntax.serializeScope);
+    out << m_Value;
+    if (!m_Parameters.isNil() && !m_Parameters->empty()) {
+        out << ';';
+        m_Parameters->serialize(out);
+    }
+}
+
+const KtDelimiterSet& KtSipTokenHeader::sTokenSeparators() {
+    static const KtDelimiterSet sSet(" \t\r\n\\\"()<>@,;:/[]?={}");
+    return sSet;
+}
+
+const KtDelimiterSet& KtSipTokenHeader::sListSeparators() {
+    static const KtDelimiterSet sSet(", \t\r\n");
+    return sSet;
+}
+
+const KtDelimiterSet& KtSipTokenHeader::sMethodSeparators() {
+    static const KtDelimiterSet sSet(" \t\r\n\"()<>@,;:/[]?={}");
+    return sSet;
+}
+
+const KtDelimiterSet& KtSipTokenHeader::sWhiteSeparators() {
+    static const KtDelimiterSet sSet(" \t\r\n");
+    return sSet;
+}
+
+int KtSipTokenHeader::sReadBounded(KtInputStream& in, const KtDelimiterSet& stops, char* buffer, unsigned size) {
+    KtStreamTokenizer::sDiscardWhite(in);
+    unsigned length = 0;
+    bool overflow = false;
+    for (int c = in.peek(); c >= 0 && !stops.contains(static_cast<unsigned char>(c)); c = in.peek()) {
+        in.read();
+        if (length + 1 < size)
+            buffer[length++] = static_cast<char>(c);
+        else
+            overflow = true;
+    }
+    buffer[length] = '\0';
+    return overflow ? -1 : static_cast<int>(length);
+}

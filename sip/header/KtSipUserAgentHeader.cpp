@@ -1,0 +1,52 @@
+// The User-Agent header.
+#include "KtSipUserAgentHeader.h"
+
+TORVANE_FILE_LOGGER("calvoran.kt.KtSipUserAgentHeader")
+
+KT_SIP_HEADER_REGISTER(KtSipUserAgentHeader, "User-Agent")
+
+namespace {
+const KtDelimiterSet& productStops() {
+    static const KtDelimiterSet sSet("/(,\r\n");
+    return sSet;
+}
+const KtDelimiterSet& versionStops() {
+    static const KtDelimiterSet sSet(",\r\n");
+    return sSet;
+}
+}  // namespace
+
+KtSipUserAgentHeader::KtSipUserAgentHeader(const char* product, const char* version, const char* comment) {
+    setProduct(product);
+    setVersion(version);
+    setComment(comment);
+}
+
+void KtSipUserAgentHeader::doParse(KtInputStream& in) {
+    TORVANE_TRACE_SCOPE(fileLogger(), "KtSipUserAgentHeader::doParse");
+    KtString product;
+    product.mutableBuffer()->parse(in, productStops());
+    product.trim();
+    m_Product = product.empty() ? KtString() : product;
+    m_Version.clear();
+    m_Comment.clear();
+    int c = in.peek();
+    if (c == '/') {
+        // The version runs to the next comma or the line end, further products and comments
+        // included ("3.6.1 (belle-sip/1.2.4)"), so nothing of them is lost.
+        in.read();
+        KtString version;
+        version.mutableBuffer()->parse(in, versionStops());
+        version.trim();
+        if (!version.empty()) m_Version = version;
+    } else if (c == '(') {
+        // A comment right after the product; text after its ")" is left to the line reader.
+        in.read();
+        readComment(in);
+    }
+}
+
+void KtSipUserAgentHeader::doSerialize(KtOutputStream& out) const {
+    TORVANE_TRACE_SCOPE(fileLogger(), "KtSipUserAgentHeader::doSerialize");
+    writeFields(out);
+}
