@@ -100,6 +100,13 @@ bool KtSipHeader::sIsRegistered(const char* token) {
     return token != nullptr && gRegistry != nullptr && gRegistry->find(token) != nullptr;
 }
 
+std::vector<const char*> KtSipHeader::sRegisteredNames() {
+    std::vector<const char*> names;
+    if (gRegistry != nullptr)
+        for (const auto& entry : gRegistry->map) names.push_back(entry.first);
+    return names;
+}
+
 KtSipHeader* KtSipHeader::sConstruct(const char* token) {
     TORVANE_TRACE_SCOPE(fileLogger(), "KtSipHeader::sConstruct");
     if (token == nullptr) token = "";

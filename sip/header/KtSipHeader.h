@@ -3,6 +3,8 @@
 #ifndef KTSIP_KT_SIP_HEADER_H
 #define KTSIP_KT_SIP_HEADER_H
 
+#include <vector>
+
 #include "KtHandle.h"
 #include "KtInputStream.h"
 #include "KtOutputStream.h"
@@ -122,6 +124,8 @@ public:
     static KtSipHeader* sConstruct(const char* token);
     /// True when a class is registered for `token`.
     static bool sIsRegistered(const char* token);
+    /// Every registered name (full and compact), in the registry's case-insensitive order.
+    static std::vector<const char*> sRegisteredNames();
     /// Reads one header line (with its continuation lines and line end) and returns the first
     /// header of its chain. Throws KtSipParseError for a malformed line; the line has then
     /// been consumed.
