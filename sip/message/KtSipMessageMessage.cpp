@@ -1,0 +1,12 @@
+// The MESSAGE request.
+#include "KtSipMessageMessage.h"
+
+TORVANE_FILE_LOGGER("calvoran.kt.KtSipMessageMessage")
+
+KT_SIP_METHOD_REGISTER(KtSipMessageMessage, "MESSAGE")
+
+KtSipMessageMessage::KtSipMessageMessage() {}
+
+KtSipMessageMessage::KtSipMessageMessage(const KtSipMessageMessage& other) : KtSipMethodMessage<KtSipMessageMessage>(other) {}
+
+KtSipMessageMessage::~KtSipMessageMessage() {}

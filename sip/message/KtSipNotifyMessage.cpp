@@ -1,0 +1,12 @@
+// The NOTIFY request.
+#include "KtSipNotifyMessage.h"
+
+TORVANE_FILE_LOGGER("calvoran.kt.KtSipNotifyMessage")
+
+KT_SIP_METHOD_REGISTER(KtSipNotifyMessage, "NOTIFY")
+
+KtSipNotifyMessage::KtSipNotifyMessage() {}
+
+KtSipNotifyMessage::KtSipNotifyMessage(const KtSipNotifyMessage& other) : KtSipMethodMessage<KtSipNotifyMessage>(other) {}
+
+KtSipNotifyMessage::~KtSipNotifyMessage() {}

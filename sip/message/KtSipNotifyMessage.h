@@ -1,0 +1,20 @@
+// The NOTIFY request.
+#ifndef KTSIP_KT_SIP_NOTIFY_MESSAGE_H
+#define KTSIP_KT_SIP_NOTIFY_MESSAGE_H
+
+#include "KtSipMethodMessage.h"
+
+/// A NOTIFY request.
+class KtSipNotifyMessage : public KtSipMethodMessage<KtSipNotifyMessage> {
+public:
+    /// "NOTIFY".
+    static const KtString sMethodName;
+
+    /// An empty NOTIFY request (the form the message factory creates).
+    KtSipNotifyMessage();
+    /// A deep copy (see KtSipRequest).
+    KtSipNotifyMessage(const KtSipNotifyMessage& other);
+    ~KtSipNotifyMessage() override;
+};
+
+#endif

@@ -1,0 +1,12 @@
+// The OPTIONS request.
+#include "KtSipOptionsMessage.h"
+
+TORVANE_FILE_LOGGER("calvoran.kt.KtSipOptionsMessage")
+
+KT_SIP_METHOD_REGISTER(KtSipOptionsMessage, "OPTIONS")
+
+KtSipOptionsMessage::KtSipOptionsMessage() {}
+
+KtSipOptionsMessage::KtSipOptionsMessage(const KtSipOptionsMessage& other) : KtSipMethodMessage<KtSipOptionsMessage>(other) {}
+
+KtSipOptionsMessage::~KtSipOptionsMessage() {}
