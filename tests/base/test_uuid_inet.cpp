@@ -58,13 +58,11 @@ TEST(KtInetAddress, NumericAndNamedAddresses) {
     EXPECT_FALSE(KtInetAddress("127.0.0.2") == KtInetAddress("127.0.0.1"));
     EXPECT_EQ(KtInetAddress().getHostAddress(), "0.0.0.0");
     EXPECT_THROW(KtInetAddress::sFromBytes(loopback, 5), KtException);
-    for (const char* bad : {"", "[]"}) {
-        try {
-            KtInetAddress a(bad);
-            ADD_FAILURE() << '"' << bad << "\" was accepted";
-        } catch (const KtException& e) {
-            EXPECT_EQ(std::string(e.getMessage()).rfind("Unknown host: ", 0), 0u) << e.getMessage();
-        }
+    try {
+        KtInetAddress bad("");
+        ADD_FAILURE() << "the empty name was accepted";
+    } catch (const KtException& e) {
+        EXPECT_STREQ(e.getMessage(), "Unknown host: ");
     }
 }
 

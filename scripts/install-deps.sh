@@ -1,0 +1,49 @@
+#!/usr/bin/env bash
+# Installs the Debian 12 packages needed to build ktsip, run its tests, the ktsip
+# tool, the fuzzers and the benchmarks. Idempotent: asks dpkg which packages are
+# missing, and only then updates the package lists and installs them. Silent when
+# everything is already there. Run as root (no sudo is used) or as a user that
+# has sudo; exits non-zero when packages are missing and cannot be installed.
+set -euo pipefail
+
+PACKAGES=(
+  # toolchain and build
+  g++ cmake make pkg-config ccache
+  # libraries the base layer links against
+  liblog4cplus-dev libace-dev libssl-dev uuid-dev
+  # tests, benchmarks, the tool's JSON output
+  libgtest-dev libgmock-dev libbenchmark-dev nlohmann-json3-dev python3
+  # fuzzing (clang with libFuzzer) and interoperability tests
+  clang libclang-rt-14-dev sip-tester
+  # API documentation
+  doxygen
+)
+
+missing=()
+for pkg in "${PACKAGES[@]}"; do
+  status=$(dpkg-query -W -f='${db:Status-Status}' "$pkg" 2>/dev/null || true)
+  if [[ "$status" != "installed" ]]; then
+    missing+=("$pkg")
+  fi
+done
+
+if [[ ${#missing[@]} -eq 0 ]]; then
+  exit 0
+fi
+
+echo "install-deps: installing ${missing[*]}" >&2
+SUDO=()
+if [[ $(id -u) -ne 0 ]]; then
+  if command -v sudo >/dev/null 2>&1; then
+    SUDO=(sudo)
+  else
+    echo "install-deps: missing packages (${missing[*]}) and not running as root" >&2
+    exit 1
+  fi
+fi
+
+export DEBIAN_FRONTEND=noninteractive
+"${SUDO[@]}" env DEBIAN_FRONTEND=noninteractive apt-get update -qq >/dev/null
+"${SUDO[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends \
+  "${missing[@]}" >/dev/null
+echo "install-deps: done" >&2
