@@ -5,7 +5,7 @@
 #include "KtParameters.h"
 #include "KtURI.h"
 
-/// A sip: URL (sip:user:password@host:port;params?headers).
+/// A sip: URL (`sip:user:password\@host:port;params?headers`).
 ///
 /// Reading: with the in-bracket flag false and no "<" in front, the URL ends before its
 /// first ";": the parameters after it belong to the enclosing header. Read in
