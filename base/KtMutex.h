@@ -14,10 +14,8 @@
 /// "pthread_mutex_init", "pthread_mutexattr_destroy"). Memory comes from the "KtMutex" pool.
 class KtMutex {
 public:
-    void* operator new(std::size_t size) { return Torvane::StaticMemAllocator::allocate(size, "KtMutex"); }
-    void operator delete(void* p, std::size_t size) noexcept {
-        Torvane::StaticMemAllocator::deallocate(p, static_cast<unsigned>(size), "KtMutex");
-    }
+    void* operator new(std::size_t size) { return pool().allocateSized(size); }
+    void operator delete(void* p, std::size_t size) noexcept { pool().deallocateSized(p, size); }
 
     KtMutex();
     ~KtMutex();
@@ -33,6 +31,10 @@ public:
     static const pthread_mutexattr_t& sAttributes();
 
 private:
+    static Torvane::MemPool& pool() {
+        static Torvane::MemPool& p = Torvane::MemPool::sGet("KtMutex");
+        return p;
+    }
     pthread_mutex_t m_Mutex;
 };
 

@@ -7,11 +7,15 @@
 // kBatch blocks at a time to or from the shared list. Blocks larger than the
 // largest class go straight to malloc (still counted).
 //
+// The fast path is one thread-local load (initial-exec model), a pop or push on
+// the thread's list and three plain stores to the thread's counters: no lock,
+// no atomic read-modify-write, no lookup by name.
+//
 // Counters live in the thread caches (written only by their owner, read by
 // anyone through relaxed atomics) and are folded into the pool when a thread
-// ends, so counting costs no shared cache line traffic.
+// ends, so counting costs no shared cache-line traffic.
 //
-// Blocks of `allocate` carry a 16-byte prefix holding their size class, so
+// Blocks of `allocate` carry a 16-byte prefix holding their requested size, so
 // `deallocate` needs no size. Pools and slabs are never returned to the system:
 // they live until the process ends.
 #include "TorvaneMemAllocator.h"
@@ -37,7 +41,7 @@ const unsigned kLargeClasses = 7;   // 1K .. 64K
 const unsigned kClasses = kSmallClasses + kLargeClasses;
 const unsigned kDirect = kClasses;  // marker of a block taken straight from malloc
 
-inline unsigned classOf(std::size_t size) {
+[[maybe_unused]] inline unsigned classOf(std::size_t size) {
     if (size <= 512) return size == 0 ? 0 : static_cast<unsigned>((size - 1) >> 4);
     std::size_t c = 1024;
     for (unsigned i = 0; i < kLargeClasses; ++i, c <<= 1)
@@ -45,7 +49,7 @@ inline unsigned classOf(std::size_t size) {
     return kDirect;
 }
 
-inline std::size_t classSize(unsigned cls) {
+[[maybe_unused]] inline std::size_t classSize(unsigned cls) {
     return cls < kSmallClasses ? (cls + 1) * 16u : std::size_t(1024) << (cls - kSmallClasses);
 }
 
@@ -59,17 +63,11 @@ struct PoolShared {
     std::mutex mutex;
     FreeBlock* lists[kClasses] = {};
     unsigned counts[kClasses] = {};
-    // Counters of threads that have ended, and of blocks freed with no cache.
+    // Counters of threads that have ended, and of blocks handled with no thread cache.
     std::atomic<long long> retiredObjects{0};
     std::atomic<long long> retiredBytes{0};
     std::atomic<unsigned long long> retiredAllocations{0};
     std::atomic<unsigned long long> systemAllocations{0};
-};
-
-struct ThreadCounters {
-    std::atomic<long long> objects{0};
-    std::atomic<long long> bytes{0};
-    std::atomic<unsigned long long> allocations{0};
 };
 
 // Adds `d` to an atomic that only the owning thread writes: no locked instruction needed.
@@ -78,9 +76,9 @@ inline void ownerAdd(A& a, V d) {
     a.store(a.load(std::memory_order_relaxed) + d, std::memory_order_relaxed);
 }
 
-struct ThreadCache;
-
 }  // namespace
+
+struct ThreadCache;
 
 struct PoolRegistry {
     std::mutex mutex;
@@ -106,18 +104,24 @@ struct PoolRegistry {
         PoolShared* s = new PoolShared();
         std::strncpy(s->tag, tag, sizeof(s->tag) - 1);
         shared[n] = s;
-        pools[n] = new MemPool(s->tag, n);
+        pools[n] = new MemPool(s->tag, n, s);
         count.store(n + 1, std::memory_order_release);
         return *pools[n];
     }
 };
 
-namespace {
-
 struct ThreadCache {
-    FreeBlock* lists[kMaxPools][kClasses] = {};
-    unsigned counts[kMaxPools][kClasses] = {};
-    ThreadCounters counters[kMaxPools];
+    struct Bin {
+        FreeBlock* head = nullptr;
+        unsigned count = 0;
+    };
+    struct Counters {
+        std::atomic<long long> objects{0};
+        std::atomic<long long> bytes{0};
+        std::atomic<unsigned long long> allocations{0};
+    };
+    Bin bins[kMaxPools][kClasses];
+    Counters counters[kMaxPools];
     ThreadCache* next = nullptr;
     ThreadCache* prev = nullptr;
 
@@ -129,6 +133,7 @@ struct ThreadCache {
         r.caches = this;
     }
 
+    // Folds the counters into the pools and hands every cached block back.
     ~ThreadCache() {
         PoolRegistry& r = PoolRegistry::get();
         std::lock_guard<std::mutex> lock(r.mutex);
@@ -140,8 +145,8 @@ struct ThreadCache {
             s.retiredAllocations.fetch_add(counters[p].allocations.load(std::memory_order_relaxed));
             std::lock_guard<std::mutex> poolLock(s.mutex);
             for (unsigned c = 0; c < kClasses; ++c) {
-                while (FreeBlock* b = lists[p][c]) {
-                    lists[p][c] = b->next;
+                while (FreeBlock* b = bins[p][c].head) {
+                    bins[p][c].head = b->next;
                     b->next = s.lists[c];
                     s.lists[c] = b;
                     ++s.counts[c];
@@ -154,29 +159,39 @@ struct ThreadCache {
     }
 };
 
-// The calling thread's cache; null once the thread's thread-local storage is being torn down.
-thread_local bool tCacheDead = false;
-struct CacheHolder {
-    ThreadCache* cache = nullptr;
-    ~CacheHolder() {
-        tCacheDead = true;
-        delete cache;
-        cache = nullptr;
+namespace {
+
+// The calling thread's cache: null before first use, kDeadCache once the thread's
+// thread-local storage is being torn down (frees after that go to the shared lists).
+ThreadCache* const kDeadCache = reinterpret_cast<ThreadCache*>(1);
+thread_local ThreadCache* tCache __attribute__((tls_model("initial-exec"))) = nullptr;
+
+// Owns the cache; its destructor runs when the thread ends.
+struct CacheOwner {
+    ~CacheOwner() {
+        ThreadCache* c = tCache;
+        tCache = kDeadCache;
+        if (c != nullptr && c != kDeadCache) delete c;
     }
 };
-thread_local CacheHolder tHolder;
+thread_local CacheOwner tOwner;
 
-inline ThreadCache* threadCache() {
-    ThreadCache* c = tHolder.cache;
-    if (c != nullptr) return c;
-    if (tCacheDead) return nullptr;
-    c = new ThreadCache();
-    tHolder.cache = c;
+// The calling thread's cache, created on first use; null when the thread is ending.
+[[maybe_unused]] ThreadCache* threadCacheSlow() {
+    if (tCache == kDeadCache) return nullptr;
+    (void)&tOwner;  // touching it registers its destructor for this thread
+    ThreadCache* c = new ThreadCache();
+    tCache = c;
     return c;
 }
 
-// Refills the thread list of `cls` from the shared list, carving a new slab when it is empty.
-[[maybe_unused]] FreeBlock* refillFromShared(PoolShared& s, unsigned cls, FreeBlock*& list, unsigned& count) {
+[[maybe_unused]] inline ThreadCache* liveCache() {
+    ThreadCache* c = tCache;
+    return c > kDeadCache ? c : nullptr;
+}
+
+// Refills `bin` from the shared list, carving a new slab when the shared list is empty.
+[[maybe_unused]] void refillFromShared(PoolShared& s, unsigned cls, ThreadCache::Bin& bin) {
     std::lock_guard<std::mutex> lock(s.mutex);
     if (s.lists[cls] == nullptr) {
         std::size_t bsize = classSize(cls);
@@ -195,147 +210,232 @@ inline ThreadCache* threadCache() {
         FreeBlock* b = s.lists[cls];
         s.lists[cls] = b->next;
         --s.counts[cls];
-        b->next = list;
-        list = b;
-        ++count;
+        b->next = bin.head;
+        bin.head = b;
+        ++bin.count;
     }
-    return list;
 }
 
-[[maybe_unused]] void flushToShared(PoolShared& s, unsigned cls, FreeBlock*& list, unsigned& count) {
+[[maybe_unused]] void flushToShared(PoolShared& s, unsigned cls, ThreadCache::Bin& bin) {
     std::lock_guard<std::mutex> lock(s.mutex);
-    for (unsigned i = 0; i < kBatch && list; ++i) {
-        FreeBlock* b = list;
-        list = b->next;
-        --count;
+    for (unsigned i = 0; i < kBatch && bin.head; ++i) {
+        FreeBlock* b = bin.head;
+        bin.head = b->next;
+        --bin.count;
         b->next = s.lists[cls];
         s.lists[cls] = b;
         ++s.counts[cls];
     }
 }
 
-inline void count(unsigned pool, long long objects, long long bytes) {
-    PoolRegistry& r = PoolRegistry::get();
-    ThreadCache* c = threadCache();
-    if (c) {
-        ThreadCounters& t = c->counters[pool];
+[[maybe_unused]] void pushShared(PoolShared& s, unsigned cls, void* block) {
+    std::lock_guard<std::mutex> lock(s.mutex);
+    FreeBlock* b = static_cast<FreeBlock*>(block);
+    b->next = s.lists[cls];
+    s.lists[cls] = b;
+    ++s.counts[cls];
+}
+
+[[maybe_unused]] void* popShared(PoolShared& s, unsigned cls) {
+    ThreadCache::Bin bin;
+    refillFromShared(s, cls, bin);
+    FreeBlock* b = bin.head;
+    bin.head = b->next;
+    std::lock_guard<std::mutex> lock(s.mutex);
+    while (FreeBlock* x = bin.head) {
+        bin.head = x->next;
+        x->next = s.lists[cls];
+        s.lists[cls] = x;
+        ++s.counts[cls];
+    }
+    return b;
+}
+
+inline void countIn(ThreadCache* c, PoolShared& s, unsigned pool, long long objects, long long bytes) {
+    if (c != nullptr) {
+        ThreadCache::Counters& t = c->counters[pool];
         ownerAdd(t.objects, objects);
         ownerAdd(t.bytes, bytes);
         if (objects > 0) ownerAdd(t.allocations, 1ull);
     } else {
-        PoolShared& s = *r.shared[pool];
         s.retiredObjects.fetch_add(objects, std::memory_order_relaxed);
         s.retiredBytes.fetch_add(bytes, std::memory_order_relaxed);
         if (objects > 0) s.retiredAllocations.fetch_add(1, std::memory_order_relaxed);
     }
 }
 
-// Takes one block of class `cls` (or a direct malloc block) for pool `p`.
-void* takeBlock(unsigned p, unsigned cls, std::size_t size) {
-    PoolRegistry& r = PoolRegistry::get();
-    PoolShared& s = *r.shared[p];
-#ifdef KTSIP_POOL_PASSTHROUGH
-    (void)cls;
-    void* m = std::malloc(size == 0 ? 1 : size);
-    if (!m) throw std::bad_alloc();
-    s.systemAllocations.fetch_add(1, std::memory_order_relaxed);
-    return m;
-#else
-    if (cls == kDirect) {
-        void* m = std::malloc(size);
-        if (!m) throw std::bad_alloc();
-        s.systemAllocations.fetch_add(1, std::memory_order_relaxed);
-        return m;
-    }
-    ThreadCache* c = threadCache();
-    if (c == nullptr) {
-        FreeBlock* list = nullptr;
-        unsigned n = 0;
-        refillFromShared(s, cls, list, n);
-        FreeBlock* b = list;
-        list = list->next;
-        if (list) {
-            std::lock_guard<std::mutex> lock(s.mutex);
-            while (list) {
-                FreeBlock* x = list;
-                list = x->next;
-                x->next = s.lists[cls];
-                s.lists[cls] = x;
-                ++s.counts[cls];
-            }
-        }
-        return b;
-    }
-    FreeBlock*& list = c->lists[p][cls];
-    if (list == nullptr) refillFromShared(s, cls, list, c->counts[p][cls]);
-    FreeBlock* b = list;
-    list = b->next;
-    --c->counts[p][cls];
-    return b;
-#endif
-}
-
-void giveBlock(unsigned p, unsigned cls, void* block) {
-    PoolRegistry& r = PoolRegistry::get();
-    PoolShared& s = *r.shared[p];
-#ifdef KTSIP_POOL_PASSTHROUGH
-    (void)cls;
-    (void)s;
-    std::free(block);
-#else
-    if (cls == kDirect) {
-        std::free(block);
-        return;
-    }
-    FreeBlock* b = static_cast<FreeBlock*>(block);
-    ThreadCache* c = threadCache();
-    if (c == nullptr) {
-        std::lock_guard<std::mutex> lock(s.mutex);
-        b->next = s.lists[cls];
-        s.lists[cls] = b;
-        ++s.counts[cls];
-        return;
-    }
-    FreeBlock*& list = c->lists[p][cls];
-    b->next = list;
-    list = b;
-    if (++c->counts[p][cls] > kCacheLimit) flushToShared(s, cls, list, c->counts[p][cls]);
-#endif
-}
-
 }  // namespace
 
-MemPool::MemPool(const char* tag, unsigned index) : m_Tag(tag), m_Index(index) {}
+MemPool::MemPool(const char* tag, unsigned index, void* shared) : m_Tag(tag), m_Index(index), m_pShared(shared) {}
 
 MemPool& MemPool::sGet(const char* tag) { return PoolRegistry::get().find(tag ? tag : "(none)"); }
 
+#ifdef KTSIP_POOL_PASSTHROUGH
+
+// Every block comes from malloc so that AddressSanitizer sees each object; counters are kept.
+void* MemPool::allocateSlow(std::size_t, unsigned, bool) { return nullptr; }
+void MemPool::deallocateSlow(void*, std::size_t, unsigned) noexcept {}
+
+void* MemPool::allocate(std::size_t size) {
+    PoolShared& s = *static_cast<PoolShared*>(m_pShared);
+    char* block = static_cast<char*>(std::malloc(size + kPrefix));
+    if (!block) throw std::bad_alloc();
+    s.systemAllocations.fetch_add(1, std::memory_order_relaxed);
+    *reinterpret_cast<std::size_t*>(block) = size;
+    countIn(nullptr, s, m_Index, 1, static_cast<long long>(size));
+    return block + kPrefix;
+}
+
+void MemPool::deallocate(void* p) noexcept {
+    if (p == nullptr) return;
+    PoolShared& s = *static_cast<PoolShared*>(m_pShared);
+    char* block = static_cast<char*>(p) - kPrefix;
+    countIn(nullptr, s, m_Index, -1, -static_cast<long long>(*reinterpret_cast<std::size_t*>(block)));
+    std::free(block);
+}
+
+void* MemPool::allocateSized(std::size_t size) {
+    PoolShared& s = *static_cast<PoolShared*>(m_pShared);
+    void* block = std::malloc(size == 0 ? 1 : size);
+    if (!block) throw std::bad_alloc();
+    s.systemAllocations.fetch_add(1, std::memory_order_relaxed);
+    countIn(nullptr, s, m_Index, 1, static_cast<long long>(size));
+    return block;
+}
+
+void MemPool::deallocateSized(void* p, std::size_t size) noexcept {
+    if (p == nullptr) return;
+    countIn(nullptr, *static_cast<PoolShared*>(m_pShared), m_Index, -1, -static_cast<long long>(size));
+    std::free(p);
+}
+
+#else
+
+// Slow path of both allocate forms: a thread cache to create, an empty bin to refill, a
+// block too large for the classes, or a thread that is ending.
+void* MemPool::allocateSlow(std::size_t size, unsigned cls, bool prefixed) {
+    PoolShared& s = *static_cast<PoolShared*>(m_pShared);
+    std::size_t total = prefixed ? size + kPrefix : size;
+    void* block;
+    ThreadCache* c = liveCache();
+    if (c == nullptr && tCache == nullptr) c = threadCacheSlow();
+    if (cls == kDirect) {
+        block = std::malloc(total);
+        if (!block) throw std::bad_alloc();
+        s.systemAllocations.fetch_add(1, std::memory_order_relaxed);
+    } else if (c == nullptr) {
+        block = popShared(s, cls);
+    } else {
+        ThreadCache::Bin& bin = c->bins[m_Index][cls];
+        if (bin.head == nullptr) refillFromShared(s, cls, bin);
+        FreeBlock* b = bin.head;
+        bin.head = b->next;
+        --bin.count;
+        block = b;
+    }
+    countIn(c, s, m_Index, 1, static_cast<long long>(size));
+    if (!prefixed) return block;
+    *static_cast<std::size_t*>(block) = size;
+    return static_cast<char*>(block) + kPrefix;
+}
+
+void MemPool::deallocateSlow(void* block, std::size_t size, unsigned cls) noexcept {
+    PoolShared& s = *static_cast<PoolShared*>(m_pShared);
+    ThreadCache* c = liveCache();
+    countIn(c, s, m_Index, -1, -static_cast<long long>(size));
+    if (cls == kDirect) {
+        std::free(block);
+    } else if (c == nullptr) {
+        pushShared(s, cls, block);
+    } else {
+        ThreadCache::Bin& bin = c->bins[m_Index][cls];
+        FreeBlock* b = static_cast<FreeBlock*>(block);
+        b->next = bin.head;
+        bin.head = b;
+        if (++bin.count > kCacheLimit) flushToShared(s, cls, bin);
+    }
+}
+
 void* MemPool::allocate(std::size_t size) {
     unsigned cls = classOf(size + kPrefix);
-    char* block = static_cast<char*>(takeBlock(m_Index, cls, size + kPrefix));
-    *reinterpret_cast<std::size_t*>(block) = size;
-    count(m_Index, 1, static_cast<long long>(size));
-    return block + kPrefix;
+    ThreadCache* c = tCache;
+    if (c > kDeadCache && cls < kClasses) {
+        ThreadCache::Bin& bin = c->bins[m_Index][cls];
+        if (FreeBlock* b = bin.head) {
+            bin.head = b->next;
+            --bin.count;
+            ThreadCache::Counters& t = c->counters[m_Index];
+            ownerAdd(t.objects, 1ll);
+            ownerAdd(t.bytes, static_cast<long long>(size));
+            ownerAdd(t.allocations, 1ull);
+            *reinterpret_cast<std::size_t*>(b) = size;
+            return reinterpret_cast<char*>(b) + kPrefix;
+        }
+    }
+    return allocateSlow(size, cls, true);
 }
 
 void MemPool::deallocate(void* p) noexcept {
     if (p == nullptr) return;
     char* block = static_cast<char*>(p) - kPrefix;
     std::size_t size = *reinterpret_cast<std::size_t*>(block);
-    count(m_Index, -1, -static_cast<long long>(size));
-    giveBlock(m_Index, classOf(size + kPrefix), block);
+    unsigned cls = classOf(size + kPrefix);
+    ThreadCache* c = tCache;
+    if (c > kDeadCache && cls < kClasses) {
+        ThreadCache::Bin& bin = c->bins[m_Index][cls];
+        if (bin.count < kCacheLimit) {
+            FreeBlock* b = reinterpret_cast<FreeBlock*>(block);
+            b->next = bin.head;
+            bin.head = b;
+            ++bin.count;
+            ThreadCache::Counters& t = c->counters[m_Index];
+            ownerAdd(t.objects, -1ll);
+            ownerAdd(t.bytes, -static_cast<long long>(size));
+            return;
+        }
+    }
+    deallocateSlow(block, size, cls);
 }
 
 void* MemPool::allocateSized(std::size_t size) {
-    void* block = takeBlock(m_Index, classOf(size), size);
-    count(m_Index, 1, static_cast<long long>(size));
-    return block;
+    unsigned cls = classOf(size);
+    ThreadCache* c = tCache;
+    if (c > kDeadCache && cls < kClasses) {
+        ThreadCache::Bin& bin = c->bins[m_Index][cls];
+        if (FreeBlock* b = bin.head) {
+            bin.head = b->next;
+            --bin.count;
+            ThreadCache::Counters& t = c->counters[m_Index];
+            ownerAdd(t.objects, 1ll);
+            ownerAdd(t.bytes, static_cast<long long>(size));
+            ownerAdd(t.allocations, 1ull);
+            return b;
+        }
+    }
+    return allocateSlow(size, cls, false);
 }
 
 void MemPool::deallocateSized(void* p, std::size_t size) noexcept {
     if (p == nullptr) return;
-    count(m_Index, -1, -static_cast<long long>(size));
-    giveBlock(m_Index, classOf(size), p);
+    unsigned cls = classOf(size);
+    ThreadCache* c = tCache;
+    if (c > kDeadCache && cls < kClasses) {
+        ThreadCache::Bin& bin = c->bins[m_Index][cls];
+        if (bin.count < kCacheLimit) {
+            FreeBlock* b = static_cast<FreeBlock*>(p);
+            b->next = bin.head;
+            bin.head = b;
+            ++bin.count;
+            ThreadCache::Counters& t = c->counters[m_Index];
+            ownerAdd(t.objects, -1ll);
+            ownerAdd(t.bytes, -static_cast<long long>(size));
+            return;
+        }
+    }
+    deallocateSlow(p, size, cls);
 }
+
+#endif
 
 std::vector<PoolStats> MemPool::sStats() {
     PoolRegistry& r = PoolRegistry::get();

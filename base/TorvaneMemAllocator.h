@@ -56,10 +56,13 @@ public:
     MemPool& operator=(const MemPool&) = delete;
 
 private:
-    MemPool(const char* tag, unsigned index);
+    MemPool(const char* tag, unsigned index, void* shared);
+    void* allocateSlow(std::size_t size, unsigned sizeClass, bool prefixed);
+    void deallocateSlow(void* block, std::size_t size, unsigned sizeClass) noexcept;
     friend struct PoolRegistry;
     const char* m_Tag;
     unsigned m_Index;
+    void* m_pShared;  // the pool's shared free lists and counters
 };
 
 /// Allocation by size; deallocation needs only the pointer and the tag.
