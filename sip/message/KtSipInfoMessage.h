@@ -12,6 +12,8 @@ public:
 
     /// An empty INFO request (the form the message factory creates).
     KtSipInfoMessage();
+    /// The request-building forms of KtSipRequest (From, To, Contact, Call-ID, CSeq, body).
+    using KtSipMethodMessage<KtSipInfoMessage>::KtSipMethodMessage;
     /// A deep copy (see KtSipRequest).
     KtSipInfoMessage(const KtSipInfoMessage& other);
     ~KtSipInfoMessage() override;

@@ -13,6 +13,9 @@ public:
     /// An empty INVITE request (the form the message factory creates); the outbound-proxy
     /// flag is false.
     KtSipInviteMessage();
+    /// The request-building constructors of KtSipRequest with method "INVITE"; the
+    /// outbound-proxy flag is false.
+    using KtSipMethodMessage<KtSipInviteMessage>::KtSipMethodMessage;
     /// A deep copy (see KtSipRequest); the outbound-proxy flag is copied.
     KtSipInviteMessage(const KtSipInviteMessage& other);
     ~KtSipInviteMessage() override;
@@ -23,7 +26,7 @@ public:
     void setUseLocalOutboundProxy(bool use) { m_UseLocalOutboundProxy = use; }
 
 private:
-    bool m_UseLocalOutboundProxy;
+    bool m_UseLocalOutboundProxy = false;
 };
 
 #endif

@@ -566,6 +566,32 @@ std::vector<HeaderID> KtSipMessage::getHeaderOrder() const {
     return m_HeaderOrder.toVector();
 }
 
+KtHandle<KtSipHeader> KtSipMessage::cloneHeaderChain(HeaderID id) const {
+    if (id < 0 || id >= HeaderSlotCount) return KtHandle<KtSipHeader>();
+    KtMutexGuard guard(*m_pMutex);
+    KtHandle<KtSipHeader> first;
+    KtSipHeader* tail = nullptr;
+    for (const KtSipHeader* h = m_Headers[id].get(); h != nullptr; h = h->getNext().get()) {
+        KtHandle<KtSipHeader> copy(h->clone());
+        copy->setNext(nullptr);
+        if (tail == nullptr)
+            first = copy;
+        else
+            tail->setNext(copy);
+        tail = copy.get();
+    }
+    return first;
+}
+
+KtHandle<KtSipHeader> KtSipMessage::cloneFirstHeader(HeaderID id) const {
+    if (id < 0 || id >= HeaderSlotCount) return KtHandle<KtSipHeader>();
+    KtMutexGuard guard(*m_pMutex);
+    if (m_Headers[id].isNil()) return KtHandle<KtSipHeader>();
+    KtHandle<KtSipHeader> copy(m_Headers[id]->clone());
+    copy->setNext(nullptr);
+    return copy;
+}
+
 unsigned KtSipMessage::getBodyLength() const {
     const KtSipContentLengthHeader* length =
         dynamic_cast<const KtSipContentLengthHeader*>(m_Headers[HeaderContentLength].get());

@@ -165,6 +165,13 @@ public:
     /// matching first element that has a successor is unlinked. True when a header of that
     /// name was found, even when nothing was unlinked. Locks.
     bool removeHeader(const char* name);
+    /// Clones of every header of kind `id`, in chain order, linked into a new chain; nil
+    /// when the message has none. Holds the mutex while it reads. (Used by the
+    /// constructors of derived messages: the copies share nothing with this message.)
+    KtHandle<KtSipHeader> cloneHeaderChain(HeaderID id) const;
+    /// A clone of the first header of kind `id` alone (its next is nil); nil when the
+    /// message has none. Holds the mutex while it reads.
+    KtHandle<KtSipHeader> cloneFirstHeader(HeaderID id) const;
     /// The header kinds in output order (a copy taken under the mutex).
     std::vector<HeaderID> getHeaderOrder() const;
 

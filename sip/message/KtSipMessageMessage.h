@@ -12,6 +12,8 @@ public:
 
     /// An empty MESSAGE request (the form the message factory creates).
     KtSipMessageMessage();
+    /// The request-building forms of KtSipRequest (From, To, Contact, Call-ID, CSeq, body).
+    using KtSipMethodMessage<KtSipMessageMessage>::KtSipMethodMessage;
     /// A deep copy (see KtSipRequest).
     KtSipMessageMessage(const KtSipMessageMessage& other);
     ~KtSipMessageMessage() override;

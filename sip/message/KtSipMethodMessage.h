@@ -14,6 +14,31 @@ public:
     /// A deep copy of the request, of class Derived.
     KtSipRequest* clone() const override { return new Derived(static_cast<const Derived&>(*this)); }
 
+    // The request-building constructors of KtSipRequest with the class's method. A method
+    // class makes them its own with `using KtSipMethodMessage<Derived>::KtSipMethodMessage;`.
+
+    /// From, To and Contact parsed from text (see KtSipRequest).
+    KtSipMethodMessage(const char* from, const char* to, const char* contact, const char* callId = nullptr,
+                       unsigned int cseq = 0, const char* contentType = nullptr, const void* body = nullptr,
+                       unsigned int length = 0)
+        : KtSipRequest(Derived::sMethodName, from, to, contact, callId, cseq, contentType, body, length) {}
+    /// The given From, To and Contact objects (see KtSipRequest).
+    KtSipMethodMessage(KtHandle<KtSipFromHeader> from, KtHandle<KtSipToHeader> to,
+                       KtHandle<KtSipContactHeader> contact, const char* callId = nullptr, unsigned int cseq = 0,
+                       const char* contentType = nullptr, const void* body = nullptr, unsigned int length = 0)
+        : KtSipRequest(Derived::sMethodName, from, to, contact, callId, cseq, contentType, body, length) {}
+    /// A request to the URI of `target` (see KtSipRequest).
+    KtSipMethodMessage(KtHandle<KtSipNameAddress> target, KtHandle<KtSipFromHeader> from,
+                       KtHandle<KtSipToHeader> to, KtHandle<KtSipContactHeader> contact, const char* callId = nullptr,
+                       unsigned int cseq = 0, const char* contentType = nullptr, const void* body = nullptr,
+                       unsigned int length = 0)
+        : KtSipRequest(Derived::sMethodName, target, from, to, contact, callId, cseq, contentType, body, length) {}
+    /// A request to `uri` (see KtSipRequest).
+    KtSipMethodMessage(KtHandle<KtURI> uri, KtHandle<KtSipFromHeader> from, KtHandle<KtSipToHeader> to,
+                       KtHandle<KtSipContactHeader> contact, const char* callId = nullptr, unsigned int cseq = 0,
+                       const char* contentType = nullptr, const void* body = nullptr, unsigned int length = 0)
+        : KtSipRequest(Derived::sMethodName, uri, from, to, contact, callId, cseq, contentType, body, length) {}
+
 protected:
     /// An empty request of the class's method (the form the factory creates).
     KtSipMethodMessage() : KtSipRequest(Derived::sMethodName) {}

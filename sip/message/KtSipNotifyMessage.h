@@ -12,6 +12,8 @@ public:
 
     /// An empty NOTIFY request (the form the message factory creates).
     KtSipNotifyMessage();
+    /// The request-building forms of KtSipRequest (From, To, Contact, Call-ID, CSeq, body).
+    using KtSipMethodMessage<KtSipNotifyMessage>::KtSipMethodMessage;
     /// A deep copy (see KtSipRequest).
     KtSipNotifyMessage(const KtSipNotifyMessage& other);
     ~KtSipNotifyMessage() override;

@@ -12,6 +12,8 @@ public:
 
     /// An empty OPTIONS request (the form the message factory creates).
     KtSipOptionsMessage();
+    /// The request-building forms of KtSipRequest (From, To, Contact, Call-ID, CSeq, body).
+    using KtSipMethodMessage<KtSipOptionsMessage>::KtSipMethodMessage;
     /// A deep copy (see KtSipRequest).
     KtSipOptionsMessage(const KtSipOptionsMessage& other);
     ~KtSipOptionsMessage() override;

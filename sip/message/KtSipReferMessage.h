@@ -12,6 +12,8 @@ public:
 
     /// An empty REFER request (the form the message factory creates).
     KtSipReferMessage();
+    /// The request-building forms of KtSipRequest (From, To, Contact, Call-ID, CSeq, body).
+    using KtSipMethodMessage<KtSipReferMessage>::KtSipMethodMessage;
     /// A deep copy (see KtSipRequest).
     KtSipReferMessage(const KtSipReferMessage& other);
     ~KtSipReferMessage() override;

@@ -12,6 +12,8 @@ public:
 
     /// An empty REGISTER request (the form the message factory creates).
     KtSipRegisterMessage();
+    /// The request-building forms of KtSipRequest (From, To, Contact, Call-ID, CSeq, body).
+    using KtSipMethodMessage<KtSipRegisterMessage>::KtSipMethodMessage;
     /// A deep copy (see KtSipRequest).
     KtSipRegisterMessage(const KtSipRegisterMessage& other);
     ~KtSipRegisterMessage() override;

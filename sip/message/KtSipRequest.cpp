@@ -6,7 +6,13 @@
 #include <cstring>
 
 #include "KtByteArray.h"
+#include "KtInetAddress.h"
+#include "KtSipCSeq.h"
 #include "KtSipCSeqHeader.h"
+#include "KtSipCallIdHeader.h"
+#include "KtSipCallid.h"
+#include "KtSipContentLengthHeader.h"
+#include "KtSipResponse.h"
 #include "KtSipViaHeader.h"
 #include "KtTelURL.h"
 #include "TorvaneAssert.h"
@@ -29,6 +35,136 @@ KtSipRequest::KtSipRequest(const KtString& method) : m_Method(method), m_URI(new
 }
 
 KtSipRequest::KtSipRequest() : m_URI(new KtURI()) {}
+
+KtSipRequest::KtSipRequest(const KtString& method, const char* from, const char* to, const char* contact,
+                           const char* callId, unsigned int cseq, const char* contentType, const void* body,
+                           unsigned int length) {
+    TORVANE_TRACE_SCOPE(fileLogger(), "KtSipRequest ctor (2)");
+    initMethod(method);
+    KtHandle<KtSipHeader> fromHeader(new KtSipFromHeader(from));
+    KtHandle<KtSipToHeader> toHeader(new KtSipToHeader(to));
+    KtHandle<KtSipHeader> contactHeader;
+    if (contact != nullptr && *contact != '\0') contactHeader = new KtSipContactHeader(contact);
+    m_URI = new KtURI();
+    setURI(toHeader->getNameAddress()->getURI());
+    addDialogHeaders(fromHeader, toHeader, contactHeader, callId, cseq, contentType, body, length);
+}
+
+KtSipRequest::KtSipRequest(const KtString& method, KtHandle<KtSipFromHeader> from, KtHandle<KtSipToHeader> to,
+                           KtHandle<KtSipContactHeader> contact, const char* callId, unsigned int cseq,
+                           const char* contentType, const void* body, unsigned int length) {
+    TORVANE_TRACE_SCOPE(fileLogger(), "KtSipRequest ctor (3)");
+    initMethod(method);
+    if (to.isNil()) KtException::sThrow("KtSipRequest constructor expects a To header");
+    m_URI = new KtURI();
+    setURI(to->getNameAddress()->getURI());
+    addDialogHeaders(from, to, contact, callId, cseq, contentType, body, length);
+}
+
+KtSipRequest::KtSipRequest(const KtString& method, KtHandle<KtSipNameAddress> target,
+                           KtHandle<KtSipFromHeader> from, KtHandle<KtSipToHeader> to,
+                           KtHandle<KtSipContactHeader> contact, const char* callId, unsigned int cseq,
+                           const char* contentType, const void* body, unsigned int length) {
+    TORVANE_TRACE_SCOPE(fileLogger(), "KtSipRequest ctor (4)");
+    initMethod(method);
+    if (target.isNil()) KtException::sThrow("KtSipRequest constructor expects a request URI");
+    m_URI = target->getURI();
+    addDialogHeaders(from, to, contact, callId, cseq, contentType, body, length);
+    liftTargetHeaders();
+}
+
+KtSipRequest::KtSipRequest(const KtString& method, KtHandle<KtURI> uri, KtHandle<KtSipFromHeader> from,
+                           KtHandle<KtSipToHeader> to, KtHandle<KtSipContactHeader> contact, const char* callId,
+                           unsigned int cseq, const char* contentType, const void* body, unsigned int length) {
+    TORVANE_TRACE_SCOPE(fileLogger(), "KtSipRequest ctor (5)");
+    initMethod(method);
+    if (uri.isNil()) KtException::sThrow("KtSipRequest constructor expects a request URI");
+    m_URI = uri;
+    addDialogHeaders(from, to, contact, callId, cseq, contentType, body, length);
+    liftTargetHeaders();
+}
+
+void KtSipRequest::initMethod(const KtString& method) {
+    if (method.empty()) KtException::sThrow("The SIP Method cannot be NULL or EMPTY");
+    m_Method = method;
+}
+
+void KtSipRequest::addDialogHeaders(const KtHandle<KtSipHeader>& from, const KtHandle<KtSipHeader>& to,
+                                    const KtHandle<KtSipHeader>& contact, const char* callId, unsigned int cseq,
+                                    const char* contentType, const void* body, unsigned int length) {
+    addHeader(from, false);
+    addHeader(to, false);
+    addHeader(contact, false);
+    if (callId == nullptr || *callId == '\0') {
+        // The host is looked up here (KtSipCallid caches the same name for a null host).
+        KtSipCallid generated;
+        generated.reGenerate(KtSipCallid::sGetLocalHostName().c_str());
+        addHeader(KtHandle<KtSipHeader>(new KtSipCallIdHeader(generated.c_str())), false);
+    } else {
+        addHeader(KtHandle<KtSipHeader>(new KtSipCallIdHeader(callId)), false);
+    }
+    addCSeq(cseq != 0 ? cseq : KtSipCSeq().getValue());
+    addBody(body, contentType, length);
+}
+
+void KtSipRequest::liftTargetHeaders() {
+    const KtSipURL* url = m_URI->isSipURL() ? dynamic_cast<const KtSipURL*>(m_URI.get()) : nullptr;
+    if (url == nullptr || url->getHeaders().isNil()) return;
+    // The body entry is read to its end only when no Content-Length bounds it: without
+    // this the length set above would cut the entry short (or read none of it).
+    const KtHandle<KtParameters> headers = url->getHeaders();
+    for (unsigned i = 0, count = headers->size(); i < count; ++i)
+        if (headers->getName(i).compareNoCase("body") == 0) {
+            removeHeader(KtSipContentLengthHeader::sToken.c_str());
+            break;
+        }
+    stripSipURLHeaders();
+}
+
+void KtSipRequest::addCopyOf(const KtSipMessage& source, HeaderID id) {
+    addHeader(source.cloneFirstHeader(id), false);
+}
+
+void KtSipRequest::addCSeq(unsigned int number) {
+    addHeader(KtHandle<KtSipHeader>(new KtSipCSeqHeader(number, m_Method.c_str())), false);
+}
+
+void KtSipRequest::addBody(const void* body, const char* contentType, unsigned int length) {
+    if (length == 0)
+        addHeader(KtHandle<KtSipHeader>(new KtSipContentLengthHeader(0u)), false);
+    else
+        setBody(body, contentType, length);
+}
+
+KtHandle<KtURI> KtSipRequest::sAddressURI(const KtSipMessage& source, HeaderID id) {
+    const KtHandle<KtSipHeader> header = source.cloneFirstHeader(id);
+    const KtSipContactHeader* contact = dynamic_cast<const KtSipContactHeader*>(header.get());
+    if (contact != nullptr && contact->isWildcard()) return KtHandle<KtURI>();
+    const KtSipNameAddrHeader* address = dynamic_cast<const KtSipNameAddrHeader*>(header.get());
+    if (address == nullptr || address->getNameAddress().isNil()) return KtHandle<KtURI>();
+    return address->getNameAddress()->getURI();
+}
+
+KtHandle<KtSipCSeqHeader> KtSipRequest::sCSeqOf(const KtSipMessage& message) {
+    return message.cloneFirstHeader(HeaderCSeq).dynamicCast<KtSipCSeqHeader>();
+}
+
+void KtSipRequest::initAcknowledgement(const KtSipResponse& response, const char* refusal, unsigned int increment,
+                                       const void* body, const char* contentType, unsigned int length) {
+    const KtHandle<KtSipCSeqHeader> cseq = sCSeqOf(response);
+    if (cseq.isNil() || cseq->getMethod().compare("INVITE") != 0) KtSipParseError::sThrow(refusal);
+    addCopyOf(response, HeaderFrom);
+    addCopyOf(response, HeaderTo);
+    // A 2xx is acknowledged at the remote target (its Contact); everything else at the
+    // To URI, the request URI of the INVITE.
+    KtHandle<KtURI> target;
+    if (response.getStatusCode() / 100 == 2) target = sAddressURI(response, HeaderContact);
+    if (target.isNil()) target = sAddressURI(response, HeaderTo);
+    if (!target.isNil()) setURI(target);
+    addCopyOf(response, HeaderCallId);
+    addCSeq(cseq->getNumber() + increment);
+    addBody(body, contentType, length);
+}
 
 KtSipRequest::KtSipRequest(const KtSipRequest& other)
     : KtSipMessage(other), m_Method(other.m_Method), m_URI(other.m_URI.isNil() ? nullptr : other.m_URI->clone()) {}

@@ -3,9 +3,16 @@
 #define KTSIP_KT_SIP_REQUEST_H
 
 #include "KtSipAuthorizationHeader.h"
+#include "KtSipCSeqHeader.h"
+#include "KtSipContactHeader.h"
+#include "KtSipFromHeader.h"
 #include "KtSipMessage.h"
+#include "KtSipNameAddress.h"
+#include "KtSipToHeader.h"
 #include "KtSipURL.h"
 #include "KtURI.h"
+
+class KtSipResponse;
 
 /// A SIP request: a message with a method and a request URI. Requests of the registered
 /// methods have a class each (KtSipInviteMessage, ...); any other method is parsed as a
@@ -20,8 +27,50 @@ public:
     /// KtException "KtSipRequest constructor expects a Method Name" for an empty method.
     explicit KtSipRequest(const KtString& method);
 
-    // The request-building constructors (from addresses, headers, a target name-address
-    // or a request URI, with Call-ID, CSeq and body) belong here.
+    // The request-building constructors below share their tail arguments:
+    //  - callId: the Call-ID value, used unchanged; null or "" generates one
+    //    (KtSipCallid: UUID "@" local host name);
+    //  - cseq: the CSeq number, written with the method; 0 draws a starting number
+    //    (KtSipCSeq), so a CSeq of 0 cannot be asked for;
+    //  - contentType, body, length: the body (setBody); a length of 0 adds Content-Length 0
+    //    and ignores body and content type.
+    // Headers are added in the order From, To, Contact, Call-ID, CSeq, then Content-Length
+    // (and Content-Type). No Via and no Max-Forwards are added: the transport adds Via
+    // (insertViaHeader), Max-Forwards is the caller's. Each throws KtException "The SIP
+    // Method cannot be NULL or EMPTY" for an empty method, before anything else.
+
+    /// A request whose From, To and Contact are parsed from header values such as
+    /// `"Alice" <sip:alice@a.example>;tag=1` (Contact only when `contact` is neither null
+    /// nor empty). The request URI is a copy of the To address's URI, without angle
+    /// brackets; headers carried in that URI stay in it. Throws the header parsers'
+    /// KtSipParseError for malformed text (a null or empty From or To is malformed).
+    KtSipRequest(const KtString& method, const char* from, const char* to, const char* contact,
+                 const char* callId = nullptr, unsigned int cseq = 0, const char* contentType = nullptr,
+                 const void* body = nullptr, unsigned int length = 0);
+    /// A request carrying the given From, To and Contact objects themselves (not copies;
+    /// each with the chain it carries). A nil From or Contact is left out. The request URI
+    /// is a copy of the To address's URI, without angle brackets. Throws KtException
+    /// "KtSipRequest constructor expects a To header" for a nil To.
+    KtSipRequest(const KtString& method, KtHandle<KtSipFromHeader> from, KtHandle<KtSipToHeader> to,
+                 KtHandle<KtSipContactHeader> contact, const char* callId = nullptr, unsigned int cseq = 0,
+                 const char* contentType = nullptr, const void* body = nullptr, unsigned int length = 0);
+    /// A request to the URI of `target` (shared, not copied: the headers carried in it,
+    /// after "?", are moved into the request, which leaves the target's URI without them;
+    /// each replaces the headers of its name, and a "body" entry replaces the body), with
+    /// the given From, To and Contact objects (nil ones are left out). Throws
+    /// KtException "KtSipRequest constructor expects a request URI" for a nil target.
+    KtSipRequest(const KtString& method, KtHandle<KtSipNameAddress> target, KtHandle<KtSipFromHeader> from,
+                 KtHandle<KtSipToHeader> to, KtHandle<KtSipContactHeader> contact, const char* callId = nullptr,
+                 unsigned int cseq = 0, const char* contentType = nullptr, const void* body = nullptr,
+                 unsigned int length = 0);
+    /// A request to `uri` (shared, not copied: the headers carried in a sip: URI are moved
+    /// into the request as with a target), with the given From, To and Contact objects (nil
+    /// ones are left out). Throws KtException "KtSipRequest constructor expects a request URI" for a nil
+    /// URI.
+    KtSipRequest(const KtString& method, KtHandle<KtURI> uri, KtHandle<KtSipFromHeader> from,
+                 KtHandle<KtSipToHeader> to, KtHandle<KtSipContactHeader> contact, const char* callId = nullptr,
+                 unsigned int cseq = 0, const char* contentType = nullptr, const void* body = nullptr,
+                 unsigned int length = 0);
 
     /// Copies the message part, shares the method string and clones the request URI.
     KtSipRequest(const KtSipRequest& other);
@@ -73,6 +122,39 @@ public:
 protected:
     /// A request with an empty method, for classes that learn their method from the input.
     KtSipRequest();
+
+    // Pieces of the derived-message constructors (ACK, PRACK, CANCEL, BYE).
+
+    /// Adds a clone of the first header of kind `id` of `source`; nothing when it has none.
+    void addCopyOf(const KtSipMessage& source, HeaderID id);
+    /// Adds a CSeq header with `number` and this request's method.
+    void addCSeq(unsigned int number);
+    /// A `length` of 0 adds Content-Length 0 (body and type ignored); otherwise setBody.
+    void addBody(const void* body, const char* contentType, unsigned int length);
+    /// The URI of the address of the first header of kind `id` of `source` (From, To or
+    /// Contact); nil when it has none or when it is a wildcard Contact.
+    static KtHandle<KtURI> sAddressURI(const KtSipMessage& source, HeaderID id);
+    /// A copy of the CSeq header of `message`; nil when it has none.
+    static KtHandle<KtSipCSeqHeader> sCSeqOf(const KtSipMessage& message);
+    /// The request of an ACK (increment 0) or a PRACK (increment 1) for `response`: the
+    /// response's CSeq method must be exactly "INVITE" (else KtSipParseError `refusal`);
+    /// From, To, the request URI (Contact of a 2xx, else To), Call-ID, CSeq with the
+    /// response's number plus `increment` and this request's method, then the body.
+    void initAcknowledgement(const KtSipResponse& response, const char* refusal, unsigned int increment,
+                             const void* body, const char* contentType, unsigned int length);
+
+private:
+    /// Steps 1-2 of the building constructors: refuses an empty method, then stores it.
+    void initMethod(const KtString& method);
+    /// The headers every building constructor adds, in order: From, To, Contact (nil ones
+    /// left out), Call-ID (generated when `callId` is null or empty), CSeq (drawn when
+    /// `cseq` is 0), then Content-Length 0 or the body.
+    void addDialogHeaders(const KtHandle<KtSipHeader>& from, const KtHandle<KtSipHeader>& to,
+                          const KtHandle<KtSipHeader>& contact, const char* callId, unsigned int cseq,
+                          const char* contentType, const void* body, unsigned int length);
+    /// stripSipURLHeaders for a request built around a caller's URI: a "body" entry of the
+    /// URI replaces the body (and Content-Length) the constructor set.
+    void liftTargetHeaders();
 
     KtString m_Method;
     KtHandle<KtURI> m_URI;

@@ -1,7 +1,12 @@
 // SIP responses: status code, reason phrase and the status line.
 #include "KtSipResponse.h"
 
+#include <sstream>
+
+#include "KtSipCSeqHeader.h"
+#include "KtSipContentLengthHeader.h"
 #include "KtSipMsgConstructor.h"
+#include "KtSipResponseCode.h"
 #include "KtStreamTokenizer.h"
 
 TORVANE_FILE_LOGGER("calvoran.kt.KtSipResponse")
@@ -15,6 +20,47 @@ const bool ktRegisteredKtSipResponse =
 }
 
 KtSipResponse::KtSipResponse() : m_StatusCode(0) {}
+
+KtSipResponse::KtSipResponse(int code, KtHandle<KtSipRequest> request, const void* body, const char* contentType,
+                             unsigned int length)
+    : m_StatusCode(0) {
+    TORVANE_TRACE_SCOPE(fileLogger(), "KtSipResponse ctor");
+    if (code < 100 || code > 699) KtSipParseError::sThrow("Invalid Response code");
+    if (request.isNil()) KtSipParseError::sThrow("Handle to request is NIL");
+    m_StatusCode = code;
+    m_ReasonPhrase = KtString(KtSipResponseCode::getReasonPhrase(code));
+    addHeader(request->cloneHeaderChain(HeaderVia), false);
+    addHeader(request->cloneFirstHeader(HeaderFrom), false);
+    addHeader(request->cloneFirstHeader(HeaderTo), false);
+    addHeader(request->cloneFirstHeader(HeaderCallId), false);
+    const KtHandle<KtSipCSeqHeader> cseq = request->cloneFirstHeader(HeaderCSeq).dynamicCast<KtSipCSeqHeader>();
+    if (!cseq.isNil()) {
+        if (cseq->getMethod().empty()) cseq->setMethod(request->getMethod().c_str());
+        addHeader(cseq, false);
+    }
+    // Responses to BYE and CANCEL carry no body.
+    const KtString& method = request->getMethod();
+    if (method.compareWith("BYE") == 0 || method.compareWith("CANCEL") == 0) {
+        addHeader(KtHandle<KtSipHeader>(new KtSipContentLengthHeader(0u)), false);
+    } else {
+        if (length == 0)
+            addHeader(KtHandle<KtSipHeader>(new KtSipContentLengthHeader(0u)), false);
+        else
+            setBody(body, contentType, length);
+        if (code / 100 == 2) addHeader(request->cloneHeaderChain(HeaderRecordRoute), false);
+    }
+    // A response goes back over the stream connection the request came on.
+    if (request->getConnectionTransport() == KtSocketImpl::TCP) {
+        m_ConnectionAddress = request->getConnectionAddress();
+        m_ConnectionPort = request->getConnectionPort();
+        m_ConnectionTransport = KtSocketImpl::TCP;
+    }
+    try {
+        checkValidity();
+    } catch (const KtException& e) {
+        TORVANE_WARN(fileLogger(), e.getMessage() << " in SIP response :\n" << *this);
+    }
+}
 
 KtSipResponse::KtSipResponse(const KtSipResponse& other)
     : KtSipMessage(other), m_StatusCode(other.m_StatusCode), m_ReasonPhrase(other.m_ReasonPhrase) {}

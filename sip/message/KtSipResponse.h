@@ -4,6 +4,7 @@
 
 #include "KtSipAuthenticateHeader.h"
 #include "KtSipMessage.h"
+#include "KtSipRequest.h"
 
 /// A SIP response: a message with a status code and a reason phrase. Registered with the
 /// message factory under the first token "SIP".
@@ -17,7 +18,21 @@ public:
     /// An empty response: code 0, empty reason phrase, no headers.
     KtSipResponse();
 
-    // The constructor of a response from the request it answers belongs here.
+    /// A response with `code` to `request`: the reason phrase of the code, clones of the
+    /// request's Via headers (in order), From, To (no tag is added: add the local tag
+    /// yourself, for example with KtSipTag), Call-ID and CSeq (the request's method when the
+    /// CSeq carries none). A request of method exactly "BYE" or "CANCEL" gets Content-Length
+    /// 0 and the body arguments are ignored; otherwise a `length` of 0 gives Content-Length 0
+    /// and any other length sets the body (setBody), and a 2xx response copies every
+    /// Record-Route of the request in order. A request received over TCP (transport 1)
+    /// passes its connection address, port and transport on. The validity rules are run
+    /// and a failure is logged at warning level, not thrown: the response is made anyway,
+    /// with status 2 (isValid() false, no transaction key), for example when the request
+    /// had no Via.
+    /// Throws KtSipParseError "Invalid Response code" for a code outside 100..699, "Handle
+    /// to request is NIL" for a nil request, or setBody's errors for a bad body.
+    KtSipResponse(int code, KtHandle<KtSipRequest> request, const void* body = nullptr,
+                  const char* contentType = nullptr, unsigned int length = 0);
 
     /// Copies the message part and the code, shares the phrase.
     KtSipResponse(const KtSipResponse& other);

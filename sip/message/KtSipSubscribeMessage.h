@@ -12,6 +12,8 @@ public:
 
     /// An empty SUBSCRIBE request (the form the message factory creates).
     KtSipSubscribeMessage();
+    /// The request-building forms of KtSipRequest (From, To, Contact, Call-ID, CSeq, body).
+    using KtSipMethodMessage<KtSipSubscribeMessage>::KtSipMethodMessage;
     /// A deep copy (see KtSipRequest).
     KtSipSubscribeMessage(const KtSipSubscribeMessage& other);
     ~KtSipSubscribeMessage() override;

@@ -223,3 +223,59 @@ TEST(KtsipDigest, AnswerThenVerify) {
                             "--method", "GET", "--uri", "/"}, 1);
     EXPECT_EQ(basic["message"], "Challenge type not supported !");
 }
+
+TEST(KtsipDerive, BuildsFromTheParsedMessageAndReportsFailures) {
+    const std::string invite = tempFile(
+        "INVITE sip:bob@b.example SIP/2.0\nVia: SIP/2.0/UDP a.example:5070;branch=z9hG4bK1\n"
+        "Record-Route: <sip:p1.example;lr>\nFrom: <sip:alice@a.example:5070>;tag=88\nTo: <sip:bob@b.example>\n"
+        "Call-ID: c1\nCSeq: 4 INVITE\nContent-Length: 0\n\n");
+    json ok = ktsipJson({"derive", "--json", "--crlf", "response", "200", "--body", "v=0", "--type", "application/sdp",
+                         invite});
+    EXPECT_EQ(ok["class"], "KtSipResponse");
+    EXPECT_EQ(ok["key"], "bobb.example5060alicea.example507088a.example5070z9hG4bK1c14");
+    std::vector<std::string> names;
+    for (const auto& h : ok["headers"]) names.push_back(h["name"]);
+    EXPECT_EQ(names, (std::vector<std::string>{"Via", "From", "To", "Call-ID", "CSeq", "Content-Length", "Content-Type",
+                                               "Record-Route"}));
+    EXPECT_EQ(ok["body"], "v=0");
+
+    struct Row {
+        std::vector<std::string> args;
+        const char* cls;    // nullptr: the constructor refuses
+        const char* found;  // text of the built message, or the exception message
+    } rows[] = {{{"cancel"}, "KtSipCancelMessage", "CSeq: 4 CANCEL\r\n"},
+                {{"bye"}, "KtSipByeMessage", "CSeq: 5 BYE\r\n"},
+                {{"response", "699"}, "KtSipResponse", "SIP/2.0 699 Unknown 600 Class Response\r\n"},
+                {{"response", "700"}, nullptr, "Invalid Response code"},
+                {{"ack"}, nullptr, "Handle to response is NIL"}};
+    for (const Row& r : rows) {
+        std::vector<std::string> args{"derive", "--json", "--crlf"};
+        args.insert(args.end(), r.args.begin(), r.args.end());
+        args.push_back(invite);
+        json j = ktsipJson(args, r.cls ? 0 : 1);
+        EXPECT_EQ(r.cls ? j["class"] : j["exception"], r.cls ? r.cls : "KtSipParseError");
+        EXPECT_NE(j[r.cls ? "text" : "message"].get<std::string>().find(r.found), std::string::npos) << r.found;
+    }
+
+    // A request whose Via could not be read (status 1) still gets its response; the
+    // failed check of the response is a warning on standard error, not a failure.
+    const std::string broken = tempFile(
+        "OPTIONS sip:bob@b.example SIP/2.0\nVia: x\nFrom: <sip:a@a.example>;tag=1\nTo: <sip:bob@b.example>\n"
+        "Call-ID: c2\nCSeq: 1 OPTIONS\nContent-Length: 0\n\n");
+    json warned = ktsipJson({"derive", "--json", "--crlf", "response", "200", broken});
+    EXPECT_EQ(warned["status"], 2);
+    EXPECT_EQ(warned["log"].size(), 1u);
+    std::string stderrText;
+    if (FILE* p = popen((quote(KTSIP_TOOL_PATH) + " --log-level warn derive --crlf response 200 " + quote(broken) +
+                         " 2>&1 >/dev/null").c_str(), "r")) {
+        char buf[4096];
+        for (std::size_t n; (n = fread(buf, 1, sizeof(buf), p)) > 0;) stderrText.append(buf, n);
+        pclose(p);
+    }
+    EXPECT_NE(stderrText.find("missing Via header in SIP response :"), std::string::npos) << stderrText;
+
+    EXPECT_EQ(ktsipJson({"derive", "--json", "cancel", tempFile("\r\n")}, 1)["exception"], "KtSipParseKeepAliveException");
+    for (const auto& bad : std::vector<std::vector<std::string>>{
+             {"derive"}, {"derive", "reply", invite}, {"derive", "response", invite}, {"derive", "bye", "--body", "x", invite}})
+        EXPECT_EQ(ktsip(bad).status, 2) << bad.back();
+}
