@@ -17,6 +17,8 @@ PACKAGES=(
   clang libclang-rt-14-dev sip-tester
   # API documentation
   doxygen
+  # peer SIP libraries the benchmarks compare against (bench/compare)
+  libosip2-dev libsofia-sip-ua-dev libbellesip-dev
 )
 
 missing=()
