@@ -1,6 +1,8 @@
 #!/usr/bin/env bash
-# Builds the library and the ktsip tool, then parses each example message in
-# examples/messages/ with `ktsip parse` and prints what the library made of it.
+# The main job on an embedded default: builds the library and the ktsip tool, parses each
+# example message in examples/messages/ with `ktsip parse`, then starts `ktsip serve` on
+# loopback, drives it with sipp for a short run of calls and prints what happened
+# (scripts/demo-serve.sh).
 #
 #   bash scripts/demo.sh
 #
@@ -56,3 +58,6 @@ if [[ $failed -ne 0 ]]; then
   exit 1
 fi
 echo "demo: parsed ${#messages[@]} messages"
+
+echo
+KTSIP_TOOL="$TOOL" bash scripts/demo-serve.sh

@@ -21,6 +21,7 @@ const char* kUsage =
     "  derive  [--json] [--crlf] KIND [CODE] [--body TEXT --type MEDIA] [FILE]\n"
     "  digest  [--json] --challenge VALUE --user NAME --password SECRET --method M --uri URI ...\n"
     "  serve   [--bind ADDR] [--port N] [--transport udp|tcp|both] [--realm R] [--user NAME:SECRET]...\n"
+    "          [--threads N] [--ring-ms N] [--quiet] [--json]\n"
     "options: --log-level trace|debug|info|warn|error|off (default off) sends the library's logs to stderr\n";
 
 }  // namespace

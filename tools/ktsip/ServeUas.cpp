@@ -1,0 +1,540 @@
+// The user agent server behind `ktsip serve`.
+#include "ServeUas.h"
+
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "KtSipAuthorizationHeader.h"
+#include "KtSipContactHeader.h"
+#include "KtSipDigestChallengeInfo.h"
+#include "KtSipDigestCredentialsInfo.h"
+#include "KtSipExpiresHeader.h"
+#include "KtSipParseError.h"
+#include "KtSipToHeader.h"
+#include "KtSipURL.h"
+#include "KtSipUnknownRequest.h"
+#include "KtSipWWWAuthenticateHeader.h"
+#include "KtStreamTokenizer.h"
+
+namespace serve {
+
+constexpr std::chrono::seconds Uas::INVITE_LINGER;
+constexpr std::chrono::seconds Uas::NONCE_LIFETIME;
+
+namespace {
+
+const char kAllow[] = "Allow: INVITE, ACK, BYE, CANCEL, OPTIONS, REGISTER, INFO, MESSAGE, NOTIFY, PRACK, REFER, SUBSCRIBE";
+const char kAccept[] = "Accept: application/sdp";
+// No option tag is supported: the server sends no reliable provisional responses, keeps no
+// session timers and honours no Replaces.
+const char kSupported[] = "Supported:";
+
+std::string serialized(const KtSipMessage& message) {
+    KtByteArrayOutputStream out(1024);
+    message.serialize(out);
+    return std::string(out.data(), out.size());
+}
+
+bool hasEssentials(const KtSipRequest& request) {
+    for (HeaderID id : {HeaderVia, HeaderFrom, HeaderTo, HeaderCallId, HeaderCSeq})
+        if (request.mGetHeaderByID(id).isNil()) return false;
+    return true;
+}
+
+// The text of the line starting at `at` in `text`, without its line end.
+std::string lineAt(const std::string& text, std::size_t at) {
+    std::size_t end = text.find('\n', at);
+    if (end == std::string::npos) end = text.size();
+    if (end > at && text[end - 1] == '\r') --end;
+    return text.substr(at, end - at);
+}
+
+}  // namespace
+
+// The result of reading one message.
+struct Uas::Parsed {
+    enum Kind { KeepAlive, Unreadable, Response, Request, Invalid };
+    Kind kind = Unreadable;
+    KtHandle<KtSipRequest> request;  // Request and Invalid
+    int status = 0;                  // Invalid: the request's status
+    int code = 0;                    // Response: its status code
+};
+
+Uas::Uas(const Config& config, Counters& counters, Sender& sender)
+    : m_Config(config), m_Counters(counters), m_Sender(sender), m_Random(std::random_device{}()) {
+    char prefix[32];
+    std::snprintf(prefix, sizeof(prefix), "ks%x", static_cast<unsigned>(getpid()));
+    m_TagPrefix = prefix;
+    m_Timer = std::thread(&Uas::runTimers, this);
+}
+
+Uas::~Uas() {
+    {
+        std::lock_guard<std::mutex> lock(m_Mutex);
+        m_Stopping = true;
+    }
+    m_Wake.notify_all();
+    m_Timer.join();
+}
+
+// ---- reading -----------------------------------------------------------------------------
+
+Uas::Parsed Uas::parse(const char* data, std::size_t length) const {
+    Parsed parsed;
+    const unsigned size = static_cast<unsigned>(length);
+    KtHandle<KtSipMessage> message;
+    try {
+        KtByteArrayInputStream in(data, size);
+        message = KtSipMessage::sConstructFrom(in);
+    } catch (const KtSipParseKeepAliveException&) {
+        parsed.kind = Parsed::KeepAlive;
+        return parsed;
+    } catch (const KtException&) {
+        // sConstructFrom does not return what it read when the start line, the body or the
+        // validity rules fail. Read the request again into an object of our own, which
+        // keeps its status and whatever headers could be read, so that it can be answered.
+        // The library has reported the failure once already.
+        MuteLibraryLines mute;
+        KtByteArrayInputStream in(data, size);
+        char token[32] = {0};
+        if (KtStreamTokenizer::sGetToken(in, " /\t\r\n", token, sizeof(token)) <= 0 ||
+            std::strcmp(token, "SIP") == 0)
+            return parsed;  // nothing, or a broken response: never answered
+        KtHandle<KtSipRequest> request(new KtSipUnknownRequest());
+        try {
+            request->parse(token, in);
+        } catch (const KtException&) {
+        }
+        if (request->getHeaderOrder().empty()) {
+            // The start line failed before the headers were read: read them from the next line.
+            const void* lf = std::memchr(data, '\n', length);
+            if (lf != nullptr) {
+                const char* rest = static_cast<const char*>(lf) + 1;
+                KtByteArrayInputStream headers(rest, static_cast<unsigned>(data + length - rest));
+                try {
+                    request->parseHeaders(headers);
+                } catch (const KtException&) {
+                }
+            }
+        }
+        parsed.kind = Parsed::Invalid;
+        parsed.request = request;
+        parsed.status = request->getStatus();
+        return parsed;
+    }
+    if (!message->isRequest()) {
+        parsed.kind = Parsed::Response;
+        parsed.code = static_cast<const KtSipResponse&>(*message).getStatusCode();
+        return parsed;
+    }
+    parsed.request = message.dynamicCast<KtSipRequest>();
+    parsed.kind = parsed.request->isValid() ? Parsed::Request : Parsed::Invalid;
+    parsed.status = parsed.request->getStatus();
+    return parsed;
+}
+
+void Uas::receive(const char* data, std::size_t length, const Peer& peer) {
+    try {
+        Parsed parsed = parse(data, length);
+        switch (parsed.kind) {
+            case Parsed::KeepAlive:
+                m_Counters.keepAlive();
+                return;
+            case Parsed::Unreadable:
+                m_Counters.dropped("unreadable");
+                return;
+            case Parsed::Response:
+                m_Counters.receivedResponse(parsed.code);
+                return;
+            case Parsed::Invalid:
+                answerInvalid(parsed.request, parsed.status, peer);
+                return;
+            case Parsed::Request:
+                m_Counters.request(parsed.request->getMethod().c_str());
+                answerRequest(parsed.request, peer);
+                return;
+        }
+    } catch (const KtException& e) {
+        // Building an answer failed (a response the library refuses to make): nothing is
+        // sent for this message, and the server goes on.
+        log("no answer to a message from " + peer.describe() + ": " + e.getMessage());
+        m_Counters.dropped("answer-failed");
+    }
+}
+
+// ---- answers -----------------------------------------------------------------------------
+
+void Uas::answerInvalid(const KtHandle<KtSipRequest>& request, int status, const Peer& peer) {
+    // Counted as a request only when it is recognisably one: the rest is dropped input.
+    if (!hasEssentials(*request)) {
+        // Without Via, From, To, Call-ID and CSeq a response cannot be built that the peer
+        // could match to its request.
+        m_Counters.dropped("unanswerable");
+        return;
+    }
+    m_Counters.request(request->getMethod().c_str());
+    if (request->getMethod() == KtString("ACK")) {
+        m_Counters.dropped("invalid-ack");  // an ACK is never answered
+        return;
+    }
+    const int code = status == 414 || status == 416 || status == 505 ? status : 400;
+    send(response(code, request, ""), peer);
+}
+
+void Uas::answerRequest(const KtHandle<KtSipRequest>& request, const Peer& peer) {
+    const std::string method = request->getMethod().c_str();
+    if (method == "ACK") return;
+    if (method != "CANCEL" && !request->mGetHeaderByID(HeaderRequire).isNil()) {
+        // No extension is supported: every option a request requires is refused (420).
+        std::string unsupported = "Unsupported: ";
+        bool first = true;
+        for (const KtSipHeader* h = request->mGetHeaderByID(HeaderRequire).get(); h; h = h->getNext().get()) {
+            unsupported += (first ? "" : ", ") + std::string(h->getValueString().c_str());
+            first = false;
+        }
+        KtHandle<KtSipResponse> r = response(420, request, "");
+        addHeaderLine(*r, unsupported);
+        send(r, peer);
+        return;
+    }
+    if (method == "INVITE") return answerInvite(request, peer);
+    if (method == "CANCEL") return answerCancel(request, peer);
+    if (method == "REGISTER") return answerRegister(request, peer);
+    if (method == "OPTIONS") return answerOptions(request, peer);
+    if (method == "SUBSCRIBE") {
+        // The server never sends a NOTIFY, so the subscription it accepts ends at once.
+        KtHandle<KtSipResponse> r = response(200, request, "");
+        r->addHeader(new KtSipExpiresHeader(0));
+        send(r, peer);
+        return;
+    }
+    for (const char* m : {"BYE", "INFO", "MESSAGE", "NOTIFY", "PRACK", "REFER"}) {
+        if (method == m) {
+            send(response(200, request, ""), peer);
+            return;
+        }
+    }
+    send(response(501, request, ""), peer);
+}
+
+void Uas::answerOptions(const KtHandle<KtSipRequest>& request, const Peer& peer) {
+    KtHandle<KtSipResponse> r = response(200, request, "");
+    addHeaderLine(*r, kAllow);
+    addHeaderLine(*r, kAccept);
+    addHeaderLine(*r, kSupported);
+    addHeaderLine(*r, contactLine(request, peer));
+    send(r, peer);
+}
+
+void Uas::answerInvite(const KtHandle<KtSipRequest>& request, const Peer& peer) {
+    const std::string key = request->createKey().c_str();
+    {
+        std::lock_guard<std::mutex> lock(m_Mutex);
+        auto it = m_Invites.find(key);
+        if (it != m_Invites.end()) {
+            // A retransmission: the latest answer again.
+            Invite& invite = it->second;
+            if (invite.answered)
+                sendBytes(invite.final, invite.finalCode, peer);
+            else
+                sendBytes(invite.ringing, 180, peer);
+            return;
+        }
+    }
+    send(response(100, request, std::string(), std::string(), nullptr, false), peer);
+    const std::string tag = newTag();
+    KtHandle<KtSipResponse> ringing = response(180, request, tag);
+    addHeaderLine(*ringing, contactLine(request, peer));
+    {
+        std::lock_guard<std::mutex> lock(m_Mutex);
+        const Clock::time_point now = Clock::now();
+        expireLocked(now);
+        while (m_Invites.size() >= MAX_INVITES && !m_Lingering.empty()) {
+            m_Invites.erase(m_Lingering.front().second);
+            m_Lingering.pop_front();
+        }
+        // The pending 200s are bounded too: under a flood of INVITEs the lingering ones are
+        // evicted, but each new one would still wait for its ring time.
+        if (m_Invites.size() < MAX_INVITES && m_Rings.size() < MAX_INVITES && m_Invites.count(key) == 0) {
+            Invite& invite = m_Invites[key];
+            invite.request = request;
+            invite.peer = peer;
+            invite.tag = tag;
+            invite.ringing = serialized(*ringing);
+            invite.due = now + std::chrono::milliseconds(m_Config.ringMs);
+            m_Rings.emplace(invite.due, key);
+            // Sent under the lock, so that the timer's 200 cannot overtake it.
+            sendBytes(invite.ringing, 180, peer);
+            m_Wake.notify_one();
+            return;
+        }
+        if (m_Invites.count(key) != 0) return;  // the same INVITE, handled by another thread
+    }
+    // Every slot holds an INVITE that is still ringing.
+    KtHandle<KtSipResponse> busy = response(503, request, tag);
+    addHeaderLine(*busy, "Retry-After: 5");
+    send(busy, peer);
+}
+
+void Uas::answerCancel(const KtHandle<KtSipRequest>& request, const Peer& peer) {
+    // A CANCEL carries the key of the INVITE it cancels: the key leaves the method out.
+    const std::string key = request->createKey().c_str();
+    std::lock_guard<std::mutex> lock(m_Mutex);
+    auto it = m_Invites.find(key);
+    if (it == m_Invites.end()) {
+        // Without a matching INVITE there is nothing to end; the CANCEL itself is accepted.
+        send(response(200, request, ""), peer);
+        return;
+    }
+    Invite& invite = it->second;
+    send(response(200, request, invite.tag), peer);
+    if (invite.answered) return;
+    KtHandle<KtSipResponse> terminated = response(487, invite.request, invite.tag);
+    invite.final = serialized(*terminated);
+    invite.finalCode = 487;
+    invite.answered = true;
+    invite.request.clear();
+    invite.due = Clock::now() + INVITE_LINGER;
+    m_Lingering.emplace_back(invite.due, key);
+    sendBytes(invite.final, 487, invite.peer);
+}
+
+void Uas::answerRegister(const KtHandle<KtSipRequest>& request, const Peer& peer) {
+    bool stale = false;
+    if (!m_Config.users.empty()) {
+        KtHandle<KtSipAuthorizationHeader> authorization =
+            request->mGetHeaderByID(HeaderAuthorization).dynamicCast<KtSipAuthorizationHeader>();
+        KtHandle<KtSipDigestCredentialsInfo> credentials;
+        if (!authorization.isNil())
+            credentials = authorization->getCredentials().dynamicCast<KtSipDigestCredentialsInfo>();
+        bool accepted = false;
+        if (!credentials.isNil()) {
+            const std::string nonce = credentials->getValue("nonce").c_str();
+            const unsigned long count = std::strtoul(credentials->getValue("nc").c_str(), nullptr, 16);
+            const bool counted = !credentials->getValue("qop").empty();
+            bool issued = false;
+            {
+                std::lock_guard<std::mutex> lock(m_Mutex);
+                expireLocked(Clock::now());
+                auto it = m_Nonces.find(nonce);
+                issued = it != m_Nonces.end() && (!counted || count > it->second.lastCount);
+            }
+            if (!issued) {
+                // A nonce this server did not issue, one that has expired, or a nonce count
+                // that does not grow (a replay): challenge again, marked stale.
+                stale = true;
+            } else {
+                auto user = m_Config.users.find(credentials->getUsername().c_str());
+                bool valid = false;
+                if (user != m_Config.users.end()) {
+                    credentials->setMethod(request->getMethod().c_str());
+                    try {
+                        valid = credentials->validate(user->first.c_str(), user->second.c_str(), m_Config.realm.c_str());
+                    } catch (const KtException& e) {
+                        log("credentials of " + user->first + " not checked: " + e.getMessage());
+                    }
+                }
+                if (!valid) {
+                    send(response(403, request, ""), peer);
+                    return;
+                }
+                std::lock_guard<std::mutex> lock(m_Mutex);
+                auto it = m_Nonces.find(nonce);
+                if (it != m_Nonces.end() && counted && count > it->second.lastCount) it->second.lastCount = count;
+                accepted = true;
+            }
+        }
+        if (!accepted) {
+            KtHandle<KtSipDigestChallengeInfo> challenge(new KtSipDigestChallengeInfo(m_Config.realm.c_str()));
+            challenge->setValue("nonce", newNonce().c_str());
+            challenge->setValue("algorithm", "MD5");
+            challenge->setValue("qop", "auth");
+            if (stale) challenge->setValue("stale", "true");
+            KtHandle<KtSipResponse> r = response(401, request, "");
+            r->addHeader(new KtSipWWWAuthenticateHeader(challenge));
+            send(r, peer);
+            return;
+        }
+    }
+    // The registration is accepted but not stored: the server keeps no bindings. The reply
+    // names the Contacts of the request and the time granted.
+    KtHandle<KtSipResponse> r = response(200, request, "");
+    int expires = MAX_EXPIRES;
+    KtHandle<KtSipExpiresHeader> asked = request->mGetHeaderByID(HeaderExpires).dynamicCast<KtSipExpiresHeader>();
+    bool wildcard = false;
+    for (const KtSipHeader* h = request->mGetHeaderByID(HeaderContact).get(); h; h = h->getNext().get()) {
+        const auto* contact = dynamic_cast<const KtSipContactHeader*>(h);
+        if (contact == nullptr) continue;
+        if (contact->isWildcard()) {
+            wildcard = true;
+            continue;
+        }
+        if (asked.isNil() && h == request->mGetHeaderByID(HeaderContact).get() && !contact->getExpires().empty())
+            expires = std::atoi(contact->getExpires().c_str());
+        r->addHeader(contact->clone());
+    }
+    if (!asked.isNil() && !asked->isDate()) expires = asked->getDelta();
+    if (wildcard) expires = 0;
+    if (expires < 0 || expires > MAX_EXPIRES) expires = MAX_EXPIRES;
+    r->addHeader(new KtSipExpiresHeader(expires));
+    send(r, peer);
+}
+
+// ---- building and sending ----------------------------------------------------------------
+
+KtHandle<KtSipResponse> Uas::response(int code, const KtHandle<KtSipRequest>& request, const std::string& tag,
+                                      const std::string& body, const char* contentType, bool tagged) {
+    KtHandle<KtSipResponse> r(new KtSipResponse(code, request, body.empty() ? nullptr : body.data(), contentType,
+                                                static_cast<unsigned>(body.size())));
+    if (tagged) {
+        // A request that already carries a To tag (inside a dialog) keeps it.
+        KtHandle<KtSipToHeader> to = r->mGetHeaderByID(HeaderTo).dynamicCast<KtSipToHeader>();
+        if (!to.isNil() && to->getTag().empty()) to->setTag(tag.empty() ? newTag().c_str() : tag.c_str());
+    }
+    return r;
+}
+
+void Uas::send(const KtHandle<KtSipResponse>& response, const Peer& peer) {
+    sendBytes(serialized(*response), response->getStatusCode(), peer);
+}
+
+void Uas::sendBytes(const std::string& bytes, int code, const Peer& peer) {
+    m_Sender.send(peer, bytes);
+    m_Counters.response(code);
+}
+
+void Uas::addHeaderLine(KtSipMessage& message, const std::string& line) {
+    const std::string text = line + "\r\n";
+    KtByteArrayInputStream in(text.data(), static_cast<unsigned>(text.size()));
+    message.addHeader(KtSipHeader::sConstructFrom(in));
+}
+
+std::string Uas::localHost(const KtHandle<KtSipRequest>& request, const Peer& peer) {
+    if (!peer.localHost.empty()) return peer.localHost;
+    // Bound to a wildcard address: the address the peer wrote in the request URI reached
+    // this server.
+    const auto* url = dynamic_cast<const KtSipURL*>(request->getURI().get());
+    std::string host = url != nullptr && !url->getHost().empty() ? url->getHost().c_str() : "127.0.0.1";
+    if (host.size() > 2 && host.front() == '[' && host.back() == ']') host = host.substr(1, host.size() - 2);
+    return host;
+}
+
+std::string Uas::contactLine(const KtHandle<KtSipRequest>& request, const Peer& peer) const {
+    std::string host = localHost(request, peer);
+    if (host.find(':') != std::string::npos) host = "[" + host + "]";
+    std::string line = "Contact: <sip:ktsip@" + host + ":" + std::to_string(peer.localPort);
+    if (peer.kind == Peer::Tcp) line += ";transport=tcp";
+    return line + ">";
+}
+
+std::string Uas::sdpAnswer(const KtHandle<KtSipRequest>& request, const Peer& peer) const {
+    // Answers the first audio format of the offer (PCMU without an offer). The stream is
+    // marked inactive on the discard port: the server carries no media.
+    std::string offer;
+    if (request->getBody() != nullptr) offer.assign(request->getBody(), request->getBodySize());
+    std::string format = "0";
+    std::string rtpmap;
+    std::size_t m = offer.compare(0, 8, "m=audio ") == 0 ? 0 : offer.find("\nm=audio ");
+    if (m != std::string::npos) {
+        const std::string line = lineAt(offer, m == 0 ? 0 : m + 1);
+        // m=audio PORT PROTO FMT ...
+        std::size_t at = 0;
+        for (int field = 0; field < 3 && at != std::string::npos; ++field) at = line.find(' ', at + 1);
+        if (at != std::string::npos) {
+            std::size_t end = line.find(' ', at + 1);
+            std::string first = line.substr(at + 1, end == std::string::npos ? std::string::npos : end - at - 1);
+            if (!first.empty() && first.find_first_not_of("0123456789") == std::string::npos) format = first;
+        }
+        const std::size_t map = offer.find("a=rtpmap:" + format + " ");
+        if (map != std::string::npos) rtpmap = lineAt(offer, map);
+    }
+    const std::string host = localHost(request, peer);
+    const char* family = host.find(':') != std::string::npos ? "IP6" : "IP4";
+    std::string sdp = "v=0\r\n";
+    sdp += "o=ktsip 1 1 IN " + std::string(family) + " " + host + "\r\n";
+    sdp += "s=ktsip\r\n";
+    sdp += "c=IN " + std::string(family) + " " + host + "\r\n";
+    sdp += "t=0 0\r\n";
+    sdp += "m=audio 9 RTP/AVP " + format + "\r\n";
+    if (!rtpmap.empty()) sdp += rtpmap + "\r\n";
+    sdp += "a=inactive\r\n";
+    return sdp;
+}
+
+std::string Uas::newTag() {
+    std::lock_guard<std::mutex> lock(m_TagMutex);
+    m_Tag.reGenerate(m_TagPrefix.c_str());
+    return m_Tag.c_str();
+}
+
+std::string Uas::newNonce() {
+    std::lock_guard<std::mutex> lock(m_Mutex);
+    const Clock::time_point now = Clock::now();
+    expireLocked(now);
+    while (m_Nonces.size() >= MAX_NONCES && !m_NonceOrder.empty()) {
+        m_Nonces.erase(m_NonceOrder.front().second);
+        m_NonceOrder.pop_front();
+    }
+    char text[33];
+    std::snprintf(text, sizeof(text), "%016llx%016llx", static_cast<unsigned long long>(m_Random()),
+                  static_cast<unsigned long long>(m_Random()));
+    m_Nonces[text].expires = now + NONCE_LIFETIME;
+    m_NonceOrder.emplace_back(now + NONCE_LIFETIME, text);
+    return text;
+}
+
+// ---- timers ------------------------------------------------------------------------------
+
+void Uas::runTimers() {
+    std::unique_lock<std::mutex> lock(m_Mutex);
+    while (!m_Stopping) {
+        const Clock::time_point now = Clock::now();
+        while (!m_Rings.empty() && m_Rings.begin()->first <= now) {
+            const std::string key = m_Rings.begin()->second;
+            m_Rings.erase(m_Rings.begin());
+            try {
+                ringOut(key);
+            } catch (const KtException& e) {
+                log(std::string("no 200 for a ringing INVITE: ") + e.getMessage());
+                m_Counters.dropped("answer-failed");
+            }
+        }
+        expireLocked(now);
+        Clock::time_point next = now + std::chrono::seconds(1);
+        if (!m_Rings.empty() && m_Rings.begin()->first < next) next = m_Rings.begin()->first;
+        m_Wake.wait_until(lock, next);
+    }
+}
+
+void Uas::ringOut(const std::string& key) {
+    auto it = m_Invites.find(key);
+    // Gone, cancelled meanwhile, or a later INVITE under the same key that rings on.
+    if (it == m_Invites.end() || it->second.answered || Clock::now() < it->second.due) return;
+    Invite& invite = it->second;
+    KtHandle<KtSipResponse> ok = response(200, invite.request, invite.tag, sdpAnswer(invite.request, invite.peer),
+                                          "application/sdp");
+    addHeaderLine(*ok, contactLine(invite.request, invite.peer));
+    invite.final = serialized(*ok);
+    invite.finalCode = 200;
+    invite.answered = true;
+    invite.request.clear();
+    invite.due = Clock::now() + INVITE_LINGER;
+    m_Lingering.emplace_back(invite.due, key);
+    sendBytes(invite.final, 200, invite.peer);
+}
+
+void Uas::expireLocked(Clock::time_point now) {
+    while (!m_Lingering.empty() && m_Lingering.front().first <= now) {
+        m_Invites.erase(m_Lingering.front().second);
+        m_Lingering.pop_front();
+    }
+    while (!m_NonceOrder.empty() && m_NonceOrder.front().first <= now) {
+        m_Nonces.erase(m_NonceOrder.front().second);
+        m_NonceOrder.pop_front();
+    }
+}
+
+}  // namespace serve
