@@ -2,6 +2,7 @@
 #include "KtParameters.h"
 
 #include <cstring>
+#include <new>
 
 #include "KtException.h"
 
@@ -23,85 +24,191 @@ Torvane::MemPool& paramPool() {
 }  // namespace
 
 KtParameters::KtParameters(char separator)
-    : m_pMutex(new KtMutex()), m_Pairs(Torvane::PoolAllocator<Pair>(paramPool())), m_Separator(separator) {}
+    : m_pMutex(nullptr),
+      m_pPairs(reinterpret_cast<Pair*>(m_Inline)),
+      m_Size(0),
+      m_Capacity(kInlinePairs),
+      m_Separator(separator) {}
 
 KtParameters::KtParameters(const KtParameters& other)
-    : KtObject(), m_pMutex(new KtMutex()), m_Pairs(Torvane::PoolAllocator<Pair>(paramPool())),
+    : KtObject(),
+      m_pMutex(nullptr),
+      m_pPairs(reinterpret_cast<Pair*>(m_Inline)),
+      m_Size(0),
+      m_Capacity(kInlinePairs),
       m_Separator(other.m_Separator) {
-    KtMutexGuard lock(*other.m_pMutex);
-    m_Pairs.reserve(other.m_Pairs.size());
-    for (const Pair& p : other.m_Pairs) m_Pairs.push_back(p);  // the strings are shared copy-on-write
+    KtMutexGuard lock(other.mutex());
+    for (unsigned i = 0; i < other.m_Size; ++i) {
+        // The strings are shared copy-on-write.
+        const Pair& p = other.m_pPairs[i];
+        pushPair(KtString(p.name), KtString(p.value));
+    }
 }
 
-KtParameters::~KtParameters() { delete m_pMutex; }
+KtParameters::~KtParameters() {
+    clearPairs();
+    if (m_pPairs != reinterpret_cast<Pair*>(m_Inline))
+        paramPool().deallocateSized(m_pPairs, m_Capacity * sizeof(Pair));
+    delete m_pMutex.load(std::memory_order_acquire);
+}
 
 KtParameters* KtParameters::clone() const { return new KtParameters(*this); }
 
+KtMutex& KtParameters::createMutex() const {
+    KtMutex* created = new KtMutex();
+    KtMutex* expected = nullptr;
+    if (m_pMutex.compare_exchange_strong(expected, created, std::memory_order_acq_rel, std::memory_order_acquire))
+        return *created;
+    delete created;  // another thread created it first
+    return *expected;
+}
+
+void KtParameters::pushPair(KtString&& name, KtString&& value) {
+    if (m_Size == m_Capacity) {
+        const unsigned capacity = m_Capacity * 2;
+        Pair* pairs = static_cast<Pair*>(paramPool().allocateSized(capacity * sizeof(Pair)));
+        for (unsigned i = 0; i < m_Size; ++i) {
+            new (&pairs[i]) Pair{std::move(m_pPairs[i].name), std::move(m_pPairs[i].value)};
+            m_pPairs[i].~Pair();
+        }
+        if (m_pPairs != reinterpret_cast<Pair*>(m_Inline))
+            paramPool().deallocateSized(m_pPairs, m_Capacity * sizeof(Pair));
+        m_pPairs = pairs;
+        m_Capacity = capacity;
+    }
+    new (&m_pPairs[m_Size]) Pair{std::move(name), std::move(value)};
+    ++m_Size;
+}
+
+void KtParameters::erasePair(unsigned i) {
+    for (; i + 1 < m_Size; ++i) {
+        m_pPairs[i].name = std::move(m_pPairs[i + 1].name);
+        m_pPairs[i].value = std::move(m_pPairs[i + 1].value);
+    }
+    m_pPairs[--m_Size].~Pair();
+}
+
+void KtParameters::clearPairs() noexcept {
+    for (unsigned i = 0; i < m_Size; ++i) m_pPairs[i].~Pair();
+    m_Size = 0;
+}
+
 int KtParameters::findUnlocked(const char* name) const {
     if (name == nullptr) return -1;
-    for (unsigned i = 0; i < m_Pairs.size(); ++i)
-        if (std::strcmp(m_Pairs[i].name.c_str(), name) == 0) return static_cast<int>(i);
+    for (unsigned i = 0; i < m_Size; ++i)
+        if (std::strcmp(m_pPairs[i].name.c_str(), name) == 0) return static_cast<int>(i);
     return -1;
 }
 
 void KtParameters::setUnlocked(const char* name, unsigned nameLength, const char* value, unsigned valueLength,
                                bool hasValue) {
-    for (Pair& p : m_Pairs) {
+    for (unsigned i = 0; i < m_Size; ++i) {
+        Pair& p = m_pPairs[i];
         if (p.name.length() == nameLength && std::memcmp(p.name.c_str(), name, nameLength) == 0) {
             p.value = hasValue ? KtString(value, valueLength) : KtString();
             return;
         }
     }
-    m_Pairs.push_back(Pair{KtString(name, nameLength), hasValue ? KtString(value, valueLength) : KtString()});
+    pushPair(KtString(name, nameLength), hasValue ? KtString(value, valueLength) : KtString());
+}
+
+// Reads one pair straight from the stream's window when the pair ends inside it, which is
+// the usual case (a header value is one window ending in CR LF). Returns false, having
+// consumed nothing, when the pair reaches the end of the window, when a piece would not fit
+// the work buffers of the general reader, or when an escape inside quotes stands in the
+// name: the general reader then handles the pair. On success `stop` is the byte the pair
+// ended at (left in the stream).
+bool KtParameters::parsePairInPlace(KtInputStream& in, bool commaEnds, int& stop) {
+    const unsigned kMax = 1024;
+    const char* const begin = in.current();
+    const char* const end = in.end();
+    const char* p = begin;
+    const char* eq = nullptr;  // the "=" that starts the value
+    bool quoted = false;
+    int c = -1;
+    while (p < end) {
+        c = static_cast<unsigned char>(*p);
+        if (c == '\r' || c == '\n') break;
+        if (!quoted && (c == m_Separator || (commaEnds && c == ','))) break;
+        ++p;
+        if (c == '"') quoted = !quoted;
+        if (eq == nullptr && !quoted && c == '=') {
+            eq = p - 1;
+            continue;
+        }
+        if (c == '\\' && quoted) {
+            if (p == end) return false;
+            if (*p != '\r' && *p != '\n') {
+                if (eq == nullptr) return false;  // the general reader moves it into the value
+                ++p;
+            }
+        }
+    }
+    if (p == end) return false;
+    const char* nb = begin;
+    const char* ne = eq ? eq : p;
+    const char* vb = eq ? eq + 1 : p;
+    const char* ve = p;
+    if (static_cast<unsigned>(ne - nb) > kMax || static_cast<unsigned>(ve - vb) > kMax) return false;
+    trimRange(nb, ne);
+    trimRange(vb, ve);
+    if (ne > nb) setUnlocked(nb, static_cast<unsigned>(ne - nb), vb, static_cast<unsigned>(ve - vb), eq != nullptr);
+    in.setCurrent(p);
+    stop = c;
+    return true;
 }
 
 void KtParameters::parseUnlocked(KtInputStream& in) {
-    // A pair is collected into a bounded work buffer: name, then (after "=") value. Quoted
-    // text may contain any byte but CR/LF; the quotes are kept with the value.
+    // A pair is read in place when it ends inside the stream's window; otherwise it is
+    // collected into a bounded work buffer: name, then (after "=") value. Quoted text may
+    // contain any byte but CR/LF; the quotes are kept with the value.
     const unsigned kMax = 1024;
-    char name[kMax];
-    char value[kMax];
     const bool commaEnds = m_Separator != ',';
     for (;;) {
-        unsigned nameLen = 0, valueLen = 0;
-        bool inValue = false, quoted = false;
         int c;
-        for (;;) {
-            c = in.peek();
-            if (c < 0 || c == '\r' || c == '\n') break;
-            if (!quoted && (c == m_Separator || (commaEnds && c == ','))) break;
-            in.advance(1);
-            if (c == '"') quoted = !quoted;
-            if (!inValue && !quoted && c == '=') {
-                inValue = true;
-                continue;
-            }
-            if (c == '\\' && quoted) {
-                // Keep an escaped byte inside a quoted value as it stands.
-                int next = in.peek();
-                if (next >= 0 && next != '\r' && next != '\n') {
-                    if (valueLen + 2 > kMax) KtException::sThrow("Parameter too long");
-                    value[valueLen++] = '\\';
-                    value[valueLen++] = static_cast<char>(next);
-                    in.advance(1);
+        if (!parsePairInPlace(in, commaEnds, c)) {
+            char name[kMax];
+            char value[kMax];
+            unsigned nameLen = 0, valueLen = 0;
+            bool inValue = false, quoted = false;
+            for (;;) {
+                c = in.peek();
+                if (c < 0 || c == '\r' || c == '\n') break;
+                if (!quoted && (c == m_Separator || (commaEnds && c == ','))) break;
+                in.advance(1);
+                if (c == '"') quoted = !quoted;
+                if (!inValue && !quoted && c == '=') {
+                    inValue = true;
                     continue;
                 }
+                if (c == '\\' && quoted) {
+                    // Keep an escaped byte inside a quoted value as it stands.
+                    int next = in.peek();
+                    if (next >= 0 && next != '\r' && next != '\n') {
+                        if (valueLen + 2 > kMax) KtException::sThrow("Parameter too long");
+                        value[valueLen++] = '\\';
+                        value[valueLen++] = static_cast<char>(next);
+                        in.advance(1);
+                        continue;
+                    }
+                }
+                if (inValue) {
+                    if (valueLen + 1 > kMax) KtException::sThrow("Parameter too long");
+                    value[valueLen++] = static_cast<char>(c);
+                } else {
+                    if (nameLen + 1 > kMax) KtException::sThrow("Parameter too long");
+                    name[nameLen++] = static_cast<char>(c);
+                }
             }
-            if (inValue) {
-                if (valueLen + 1 > kMax) KtException::sThrow("Parameter too long");
-                value[valueLen++] = static_cast<char>(c);
-            } else {
-                if (nameLen + 1 > kMax) KtException::sThrow("Parameter too long");
-                name[nameLen++] = static_cast<char>(c);
-            }
+            const char* nb = name;
+            const char* ne = name + nameLen;
+            trimRange(nb, ne);
+            const char* vb = value;
+            const char* ve = value + valueLen;
+            trimRange(vb, ve);
+            if (ne > nb)
+                setUnlocked(nb, static_cast<unsigned>(ne - nb), vb, static_cast<unsigned>(ve - vb), inValue);
         }
-        const char* nb = name;
-        const char* ne = name + nameLen;
-        trimRange(nb, ne);
-        const char* vb = value;
-        const char* ve = value + valueLen;
-        trimRange(vb, ve);
-        if (ne > nb) setUnlocked(nb, static_cast<unsigned>(ne - nb), vb, static_cast<unsigned>(ve - vb), inValue);
         if (c == m_Separator) {
             in.advance(1);
             while (isBlank(in.peek())) in.advance(1);
@@ -112,22 +219,47 @@ void KtParameters::parseUnlocked(KtInputStream& in) {
 }
 
 void KtParameters::parse(KtInputStream& in) {
-    KtMutexGuard lock(*m_pMutex);
+    KtMutexGuard lock(mutex());
     parseUnlocked(in);
+}
+
+void KtParameters::parseUnshared(KtInputStream& in) {
+    if (getRefCount() > 1) {
+        parse(in);
+        return;
+    }
+    parseUnlocked(in);
+}
+
+void KtParameters::setValueUnshared(const char* name, const char* value) {
+    if (getRefCount() > 1) {
+        setValue(name, value);
+        return;
+    }
+    if (name == nullptr) return;
+    setUnlocked(name, static_cast<unsigned>(std::strlen(name)), value,
+                value ? static_cast<unsigned>(std::strlen(value)) : 0, value != nullptr);
+}
+
+void KtParameters::clearUnshared() {
+    if (getRefCount() > 1) {
+        clear();
+        return;
+    }
+    clearPairs();
 }
 
 void KtParameters::parse(const char* text) {
     if (text == nullptr) return;
     KtByteArrayInputStream in(text, static_cast<unsigned>(std::strlen(text)));
-    KtMutexGuard lock(*m_pMutex);
+    KtMutexGuard lock(mutex());
     parseUnlocked(in);
 }
 
 void KtParameters::serializeUnlocked(KtOutputStream& out) const {
-    bool first = true;
-    for (const Pair& p : m_Pairs) {
-        if (!first) out.put(m_Separator);
-        first = false;
+    for (unsigned i = 0; i < m_Size; ++i) {
+        const Pair& p = m_pPairs[i];
+        if (i) out.put(m_Separator);
         out << p.name;
         if (!p.value.isNil()) {
             out.put('=');
@@ -137,61 +269,61 @@ void KtParameters::serializeUnlocked(KtOutputStream& out) const {
 }
 
 void KtParameters::serialize(KtOutputStream& out) const {
-    KtMutexGuard lock(*m_pMutex);
+    KtMutexGuard lock(mutex());
     serializeUnlocked(out);
 }
 
 KtString KtParameters::getString() const {
     KtByteArrayOutputStream out(128);
     {
-        KtMutexGuard lock(*m_pMutex);
+        KtMutexGuard lock(mutex());
         serializeUnlocked(out);
     }
     return KtString(out.data(), out.size());
 }
 
 KtString KtParameters::getValue(const char* name) const {
-    KtMutexGuard lock(*m_pMutex);
+    KtMutexGuard lock(mutex());
     int i = findUnlocked(name);
-    return i < 0 ? KtString() : m_Pairs[static_cast<unsigned>(i)].value;
+    return i < 0 ? KtString() : m_pPairs[static_cast<unsigned>(i)].value;
 }
 
 bool KtParameters::hasName(const char* name) const {
-    KtMutexGuard lock(*m_pMutex);
+    KtMutexGuard lock(mutex());
     return findUnlocked(name) >= 0;
 }
 
 void KtParameters::setValue(const char* name, const char* value) {
     if (name == nullptr) return;
-    KtMutexGuard lock(*m_pMutex);
+    KtMutexGuard lock(mutex());
     setUnlocked(name, static_cast<unsigned>(std::strlen(name)), value,
                 value ? static_cast<unsigned>(std::strlen(value)) : 0, value != nullptr);
 }
 
 bool KtParameters::removeValue(const char* name) {
-    KtMutexGuard lock(*m_pMutex);
+    KtMutexGuard lock(mutex());
     int i = findUnlocked(name);
     if (i < 0) return false;
-    m_Pairs.erase(m_Pairs.begin() + i);
+    erasePair(static_cast<unsigned>(i));
     return true;
 }
 
 void KtParameters::clear() {
-    KtMutexGuard lock(*m_pMutex);
-    m_Pairs.clear();
+    KtMutexGuard lock(mutex());
+    clearPairs();
 }
 
 unsigned KtParameters::size() const {
-    KtMutexGuard lock(*m_pMutex);
-    return static_cast<unsigned>(m_Pairs.size());
+    KtMutexGuard lock(mutex());
+    return m_Size;
 }
 
 KtString KtParameters::getName(unsigned i) const {
-    KtMutexGuard lock(*m_pMutex);
-    return i < m_Pairs.size() ? m_Pairs[i].name : KtString();
+    KtMutexGuard lock(mutex());
+    return i < m_Size ? m_pPairs[i].name : KtString();
 }
 
 KtString KtParameters::getValueAt(unsigned i) const {
-    KtMutexGuard lock(*m_pMutex);
-    return i < m_Pairs.size() ? m_Pairs[i].value : KtString();
+    KtMutexGuard lock(mutex());
+    return i < m_Size ? m_pPairs[i].value : KtString();
 }

@@ -2,7 +2,7 @@
 #ifndef KTSIP_KT_PARAMETERS_H
 #define KTSIP_KT_PARAMETERS_H
 
-#include <vector>
+#include <atomic>
 
 #include "KtInputStream.h"
 #include "KtMutex.h"
@@ -27,6 +27,14 @@ public:
     /// dropped. Reading stops, without consuming it, at CR, LF, the end of the input and,
     /// outside quotes, at "," unless "," is the separator. Empty elements (";;") are skipped.
     void parse(KtInputStream& in);
+    /// As parse(in), without taking the list's mutex, for a list that no other thread can
+    /// reach: the library's parsers call it on the list of a header or URL they are reading
+    /// (the owner is not yet, or not any more, shared). When the list is referenced by more
+    /// than one handle it takes the mutex like parse(in).
+    void parseUnshared(KtInputStream& in);
+    /// As setValue and clear, likewise without the mutex for a list no other thread can reach.
+    void setValueUnshared(const char* name, const char* value);
+    void clearUnshared();
     /// As above over a NUL-terminated text.
     void parse(const char* text);
     /// Writes the pairs joined by the separator (name, or name=value), nothing when empty.
@@ -64,14 +72,31 @@ private:
         KtString name;
         KtString value;
     };
+    // Pairs live in place up to kInlinePairs, then in a block of the "KtParameters" pool.
+    static constexpr unsigned kInlinePairs = 4;
+
+    // The list's mutex, created on first locked use (most parsed lists are only read by the
+    // thread that parsed them, so many never need one).
+    KtMutex& mutex() const {
+        KtMutex* m = m_pMutex.load(std::memory_order_acquire);
+        return m ? *m : createMutex();
+    }
+    KtMutex& createMutex() const;
+    void pushPair(KtString&& name, KtString&& value);
+    void erasePair(unsigned i);
+    void clearPairs() noexcept;
+    bool parsePairInPlace(KtInputStream& in, bool commaEnds, int& stop);
     int findUnlocked(const char* name) const;
     void setUnlocked(const char* name, unsigned nameLength, const char* value, unsigned valueLength, bool hasValue);
     void parseUnlocked(KtInputStream& in);
     void serializeUnlocked(KtOutputStream& out) const;
 
-    KtMutex* m_pMutex;
-    std::vector<Pair, Torvane::PoolAllocator<Pair>> m_Pairs;
+    mutable std::atomic<KtMutex*> m_pMutex;
+    Pair* m_pPairs;
+    unsigned m_Size;
+    unsigned m_Capacity;
     char m_Separator;
+    alignas(Pair) unsigned char m_Inline[kInlinePairs * sizeof(Pair)];
 };
 
 #endif

@@ -53,7 +53,7 @@ void KtSipMediaTypeHeader::doParse(KtInputStream& in) {
         in.read();
         // The list is read from the stream: it ends at "," outside double quotes or at the
         // line end, so a quoted value may hold a comma.
-        m_parameters->parse(in);
+        m_parameters->parseUnshared(in);
     }
 }
 

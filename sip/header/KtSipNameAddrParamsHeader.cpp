@@ -41,7 +41,7 @@ void KtSipNameAddrParamsHeader::parseParameters(KtInputStream& in) {
     if (static_cast<signed char>(c) <= 13 || c < 0) return;
     if (c != ';') in.reset();
     if (m_parameters.isNil()) m_parameters = new KtParameters(';');
-    m_parameters->parse(in);
+    m_parameters->parseUnshared(in);
 }
 
 void KtSipNameAddrParamsHeader::serializeParameters(KtOutputStream& out) const {

@@ -53,7 +53,7 @@ void KtSipSessionExpiresHeader::doParse(KtInputStream& in) {
     if (in.peek() == ';') {
         in.read();
         if (m_Parameters.isNil()) m_Parameters = new KtParameters(';');
-        m_Parameters->parse(in);
+        m_Parameters->parseUnshared(in);
     }
     // A received header with a refresher other than uac or uas is malformed.
     checkValidity();

@@ -36,7 +36,7 @@ void KtSipTokenHeader::doParse(KtInputStream& in) {
         if (in.peek() == ';') {
             in.read();
             m_Parameters = new KtParameters(';');
-            m_Parameters->parse(in);
+            m_Parameters->parseUnshared(in);
         }
     }
     TORVANE_DEBUG(syntax.logger, syntax.parseScope << " value=\"" << m_Value.c_str() << '"');

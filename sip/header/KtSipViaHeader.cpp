@@ -124,10 +124,10 @@ void KtSipViaHeader::parseParameters(KtInputStream& in) {
     }
     if (p < end && *p == '(') {
         KtByteArrayInputStream element(begin, static_cast<unsigned>(p - begin));
-        m_parameters->parse(element);
+        m_parameters->parseUnshared(element);
         in.setCurrent(p);
     } else {
-        m_parameters->parse(in);
+        m_parameters->parseUnshared(in);
     }
 }
 

@@ -240,8 +240,10 @@ void KtSipURL::parse(KtInputStream& in) {
     m_Host = KtString();
     m_Port = DEFAULT_PORT;
     m_PortGiven = false;
-    m_Parameters->clear();
-    m_Headers->clear();
+    // The URL's own lists, reached by other threads only through a shared URL, which is not
+    // parsed: they are filled without their mutexes.
+    m_Parameters->clearUnshared();
+    m_Headers->clearUnshared();
     m_OpeningBracket = false;
 
     WorkBuffer buffer;
@@ -405,11 +407,11 @@ void KtSipURL::parseParameter(KtInputStream& in) {
     }
     const char* text = buffer.c_str();
     if (nameLength < 0) {
-        if (!buffer.empty()) m_Parameters->setValue(text, nullptr);
+        if (!buffer.empty()) m_Parameters->setValueUnshared(text, nullptr);
         return;
     }
     if (nameLength == 0) KtSipParseError::sThrow(kWrongFormat);
-    m_Parameters->setValue(text, text + nameLength + 1);
+    m_Parameters->setValueUnshared(text, text + nameLength + 1);
 }
 
 void KtSipURL::parseHeader(KtInputStream& in) {
@@ -447,7 +449,7 @@ bool KtSipURL::parseHeaderPart(KtInputStream& in) {
             KtSipParseError::sThrow(last ? "SIP URL Header key doesn't have a value (1)\n"
                                          : "SIP URL Header key doesn't have a value (2)\n");
         }
-        m_Headers->setValue(buffer, buffer + valueStart);
+        m_Headers->setValueUnshared(buffer, buffer + valueStart);
         if (last) {
             TORVANE_DEBUG(fileLogger(), "SipURL headers now (3): " << m_Headers->getString());
         } else {

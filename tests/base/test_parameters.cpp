@@ -1,6 +1,7 @@
 // Parameter lists: parsing, order, quoting, separators, copies.
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <string>
 
 #include "KtException.h"
@@ -68,4 +69,80 @@ TEST(KtParameters, OverlongParameterIsRefused) {
     std::string big = "x=" + std::string(5000, 'v');
     KtParameters p;
     EXPECT_THROW(p.parse(big.c_str()), KtException);
+}
+
+namespace {
+
+// Hands out its text one byte per window, so that every pair crosses a window end and the
+// list reads it through the general byte reader.
+class TricklingStream : public KtInputStream {
+public:
+    explicit TricklingStream(std::string text) : m_Text(std::move(text)) { setWindow(m_Text.data(), m_Text.data()); }
+
+protected:
+    bool refill() override {
+        const char* next = m_pEnd;
+        if (next >= m_Text.data() + m_Text.size()) return false;
+        setWindow(next, next + 1);
+        return true;
+    }
+
+private:
+    std::string m_Text;
+};
+
+std::string rest(KtInputStream& in) {
+    std::string s;
+    for (int c = in.read(); c >= 0; c = in.read()) s.push_back(static_cast<char>(c));
+    return s;
+}
+
+}  // namespace
+
+// A list read from one window and the same text read a byte at a time hold the same pairs
+// and leave the stream at the same byte, whichever entry point reads it.
+TEST(KtParameters, WindowedAndWholeInputReadAlike) {
+    const struct {
+        const char* text;
+        char separator;
+    } rows[] = {
+        {"a=1;b;c=\"x;y\"\r\n", ';'},
+        {" a = 1 ; ;b=2, next\r\n", ';'},
+        {"q=\"a\\\"b\";r=\"\\\r\n", ';'},
+        {"n\"a\\\"b\"=v;m=w\r\n", ';'},
+        {"a=1,b=2,c=3\r\n", ','},
+        {"p1=1;p2=2;p3=3;p4=4;p5=5;p6=6;p2=two\r\n", ';'},
+        {"x==y;=z;k=\"unterminated\r\n", ';'},
+        {"last=1", ';'},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.text);
+        KtHandle<KtParameters> whole(new KtParameters(row.separator));
+        KtByteArrayInputStream in(row.text, static_cast<unsigned>(std::strlen(row.text)));
+        whole->parseUnshared(in);
+        KtHandle<KtParameters> trickled(new KtParameters(row.separator));
+        TricklingStream slow(row.text);
+        trickled->parse(slow);
+        EXPECT_EQ(std::string(whole->getString().c_str()), std::string(trickled->getString().c_str()));
+        ASSERT_EQ(whole->size(), trickled->size());
+        for (unsigned i = 0; i < whole->size(); ++i) {
+            EXPECT_EQ(std::string(whole->getName(i).c_str()), std::string(trickled->getName(i).c_str()));
+            EXPECT_EQ(whole->getValueAt(i).isNil(), trickled->getValueAt(i).isNil());
+        }
+        EXPECT_EQ(rest(in), rest(slow));
+    }
+}
+
+// More pairs than fit in place, then removals and copies, keep the order.
+TEST(KtParameters, ManyPairsKeepTheirOrderThroughRemovalAndCopy) {
+    KtHandle<KtParameters> list(new KtParameters(';'));
+    list->parse("a=1;b=2;c=3;d=4;e=5;f=6;g=7;h=8;i=9");
+    EXPECT_TRUE(list->removeValue("a"));
+    EXPECT_TRUE(list->removeValue("e"));
+    list->setValueUnshared("j", "10");
+    KtHandle<KtParameters> copy(list->clone());
+    EXPECT_STREQ("b=2;c=3;d=4;f=6;g=7;h=8;i=9;j=10", copy->getString().c_str());
+    copy->clearUnshared();
+    EXPECT_EQ(0u, copy->size());
+    EXPECT_EQ(8u, list->size());
 }
