@@ -72,12 +72,18 @@ KtSipResponse* KtSipResponse::clone() const { return new KtSipResponse(*this); }
 void KtSipResponse::parseStartLine(KtInputStream& in) {
     TORVANE_TRACE_SCOPE(fileLogger(), "KtSipResponse::parseStartLine");
     in.read();  // the slash after "SIP" (not checked)
-    const unsigned major = KtStreamTokenizer::sGetUnsigned(in);
+    // Numbers that are missing or do not fit are malformed text like any other: they are
+    // refused with a KtSipParseError. A status code must fit the signed field it is kept in,
+    // so that it is written back as it was read.
+    unsigned major = 0, minor = 0, code = 0;
+    if (!KtStreamTokenizer::sGetUnsigned(in, major)) KtSipParseError::sThrow("Invalid SIP version in response start line");
     if (in.read() != '.') KtSipParseError::sThrow("'.' expected in response start line");
-    const unsigned minor = KtStreamTokenizer::sGetUnsigned(in);
+    if (!KtStreamTokenizer::sGetUnsigned(in, minor)) KtSipParseError::sThrow("Invalid SIP version in response start line");
     m_MajorVersion = static_cast<unsigned char>(major);
     m_MinorVersion = static_cast<unsigned char>(minor);
-    m_StatusCode = static_cast<int>(KtStreamTokenizer::sGetUnsigned(in));
+    if (!KtStreamTokenizer::sGetUnsigned(in, code) || code > 2147483647u)
+        KtSipParseError::sThrow("Invalid status code in response start line");
+    m_StatusCode = static_cast<int>(code);
     char phrase[REASON_BUFFER_SIZE];
     const int length = KtStreamTokenizer::sGetLine(in, phrase, sizeof phrase);
     if (length < 0) KtSipParseError::sThrow("unexpected end of response start line");

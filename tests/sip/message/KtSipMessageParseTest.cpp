@@ -150,7 +150,9 @@ TEST(StatusLine, Cases) {
         {"/2.0 200 " + std::string(200, 'x') + "\r\n", nullptr, 2, 0, 200, nullptr},
         {"/20 200 OK\r\n", "'.' expected in response start line", 0, 0, 0, nullptr},
         {"/2.0 200", "unexpected end of response start line", 0, 0, 0, nullptr},
-        {"/2.0 OK\r\n", "Unsigned number expected", 0, 0, 0, nullptr},
+        {"/2.0 OK\r\n", "Invalid status code in response start line", 0, 0, 0, nullptr},
+        {"/2.0 4294967301 Big\r\n", "Invalid status code in response start line", 2, 0, 0, nullptr},
+        {"/x.0 200 OK\r\n", "Invalid SIP version in response start line", 0, 0, 0, nullptr},
     };
     const std::string headers = crlf("Via: SIP/2.0/UDP a\nFrom: <sip:a@a>\nTo: <sip:b@b>\nCall-ID: c\nCSeq: 1 INVITE\n\n");
     for (const Row& row : rows) {
