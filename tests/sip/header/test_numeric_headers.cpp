@@ -2,6 +2,8 @@
 // Min-SE, Session-Expires, Retry-After, Date, Timestamp.
 #include <gtest/gtest.h>
 
+#include "HeaderTestSupport.h"
+
 #include <string>
 
 #include "KtSipCSeqHeader.h"
@@ -19,16 +21,9 @@
 
 namespace {
 
-KtHandle<KtSipHeader> parseLine(const std::string& line) {
-    KtByteArrayInputStream in(line.data(), static_cast<unsigned>(line.size()));
-    return KtSipHeader::sConstructFrom(in);
-}
+using ktsiptest::written;
 
-std::string written(const KtSipHeader& header) {
-    KtByteArrayOutputStream out;
-    header.serialize(out);
-    return std::string(out.data(), out.size());
-}
+KtHandle<KtSipHeader> parseLine(const std::string& line) { return ktsiptest::parseHeaderText(line); }
 
 // Parses `line` and checks that it yields one header of class T.
 template <class T>

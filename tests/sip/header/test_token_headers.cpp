@@ -3,6 +3,8 @@
 // MIME-Version, Subject, Organization, Priority, Session, Warning, Server, User-Agent.
 #include <gtest/gtest.h>
 
+#include "HeaderTestSupport.h"
+
 #include <string>
 #include <vector>
 
@@ -21,16 +23,9 @@
 
 namespace {
 
-KtHandle<KtSipHeader> parseLine(const std::string& line) {
-    KtByteArrayInputStream in(line.data(), static_cast<unsigned>(line.size()));
-    return KtSipHeader::sConstructFrom(in);
-}
+using ktsiptest::written;
 
-std::string written(const KtSipHeader& header) {
-    KtByteArrayOutputStream out;
-    header.serialize(out);
-    return std::string(out.data(), out.size());
-}
+KtHandle<KtSipHeader> parseLine(const std::string& line) { return ktsiptest::parseHeaderText(line); }
 
 struct TokenRow {
     const char* line;

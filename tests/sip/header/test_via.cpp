@@ -1,6 +1,8 @@
 // Via header: parsing, writing, validity, construction, comparison and chains.
 #include <gtest/gtest.h>
 
+#include "HeaderTestSupport.h"
+
 #include <cstring>
 #include <string>
 
@@ -8,16 +10,9 @@
 
 namespace {
 
-KtHandle<KtSipHeader> parseLine(const std::string& line) {
-    KtByteArrayInputStream in(line.data(), static_cast<unsigned>(line.size()));
-    return KtSipHeader::sConstructFrom(in);
-}
+using ktsiptest::written;
 
-std::string written(const KtSipHeader& header) {
-    KtByteArrayOutputStream out;
-    header.serialize(out);
-    return std::string(out.data(), out.size());
-}
+KtHandle<KtSipHeader> parseLine(const std::string& line) { return ktsiptest::parseHeaderText(line); }
 
 struct ViaRow {
     const char* name;
