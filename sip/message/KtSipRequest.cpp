@@ -301,6 +301,17 @@ void KtSipRequest::stripSipURLHeaders() {
             parseBody(valueStream);
             continue;
         }
+        // Only a name that is a token becomes a header: a name holding ":", white space, a
+        // line end or another delimiter would be written out as a different header line.
+        bool token = !name.empty();
+        for (unsigned k = 0; token && k < name.length(); ++k) {
+            const unsigned char c = static_cast<unsigned char>(name.c_str()[k]);
+            token = c > 0x20 && c < 0x7f && !KtSipHeader::sDelimeterSet().contains(c);
+        }
+        if (!token) {
+            TORVANE_DEBUG(fileLogger(), "KtSipRequest::stripSipURLHeaders : ignoring URI header name " << name.c_str());
+            continue;
+        }
         KtHandle<KtSipHeader> header(KtSipHeader::sConstruct(name.c_str()));
         header->doParse(valueStream);
         // Every header of that name goes. removeHeader reports an unknown header it leaves

@@ -55,6 +55,11 @@ TEST(MemPool, CountsLiveObjectsAndBytesPerTag) {
 }
 
 TEST(MemPool, BlocksAreReusedOnceWarm) {
+#if defined(__SANITIZE_ADDRESS__)
+    // Sanitizer builds (KTSIP_SANITIZE) make the pools pass every block straight to
+    // malloc/free so that AddressSanitizer sees each object: nothing is reused there.
+    GTEST_SKIP() << "pools pass through to malloc in AddressSanitizer builds";
+#endif
     Torvane::MemPool& pool = Torvane::MemPool::sGet("WarmPool");
     for (int i = 0; i < 100; ++i) pool.deallocate(pool.allocate(100));
     unsigned long long feeds = Torvane::MemPool::sStatsFor("WarmPool").systemAllocations;
