@@ -3,7 +3,8 @@
 #
 #   bash scripts/test.sh
 #
-# Environment: KTSIP_BUILD_DIR (default: build), KTSIP_JOBS (default: 2).
+# Environment: KTSIP_BUILD_DIR (default: build), KTSIP_JOBS (default: 2), KTSIP_QUICK=1
+# (only the optimised build, its tests and the docs), FUZZ_SECONDS (per fuzz target, 60).
 set -euo pipefail
 
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
@@ -24,7 +25,22 @@ cmake --build "$BUILD_DIR" -j "$JOBS"
 stage "tests"
 ctest --test-dir "$BUILD_DIR" --output-on-failure --no-tests=error -j "$JOBS"
 
-# --- Further stages go here, each in its own build directory -------------------
-# (sanitizer builds with -DKTSIP_SANITIZE=ON / -DKTSIP_TSAN=ON, fuzz smoke runs).
+# --- Stage 2: documentation (doxygen warnings fail the build) ---------------------
+stage "API reference (docs target)"
+cmake --build "$BUILD_DIR" --target docs
+
+# --- Stage 3: AddressSanitizer + UndefinedBehaviorSanitizer, the whole suite -------
+# --- Stage 4: ThreadSanitizer, the concurrency test --------------------------------
+# --- Stage 5: every fuzzer for a bounded time ---------------------------------------
+# Each stage builds in a directory of its own; KTSIP_QUICK=1 skips them (local runs).
+if [[ ${KTSIP_QUICK:-0} != 1 ]]; then
+  export KTSIP_SKIP_DEPS=1 JOBS
+  stage "sanitizers (ASan + UBSan)"
+  bash scripts/ci-sanitize.sh
+  stage "ThreadSanitizer"
+  bash scripts/ci-tsan.sh
+  stage "fuzzing (${FUZZ_SECONDS:-60} s per target)"
+  bash scripts/ci-fuzz.sh
+fi
 
 stage "all tests passed"
