@@ -396,7 +396,9 @@ void KtSipURL::parseParameter(KtInputStream& in) {
     for (;;) {
         const int c = in.peek();
         if (c == ';' || c == '?' || c == '>' || isBlankOrEnd(c)) break;
-        if (c == '"' || c == '<') KtSipParseError::sThrow(kIllegal);
+        // A raw NUL is refused like the characters above: names and values are stored as
+        // NUL-terminated texts, so it would cut them short and change what is written back.
+        if (c == '"' || c == '<' || c == '\0') KtSipParseError::sThrow(kIllegal);
         in.read();
         if (c == '=' && nameLength < 0) {
             nameLength = static_cast<int>(buffer.length());
@@ -424,8 +426,8 @@ void KtSipURL::parseHeader(KtInputStream& in) {
 // with the in-bracket flag but without "<" is data; in a bare URL a ">", ",", or white space
 // ends the part without being consumed (elsewhere blanks outside quotes are dropped).
 // A pair with an empty name is refused like a pair without "="; an escape that is not two
-// hexadecimal digits, or that decodes to NUL (which would cut the stored value short), is
-// refused as "Illegal URL construct".
+// hexadecimal digits, or that decodes to NUL (which would cut the stored value short), and
+// a raw NUL byte are refused as "Illegal URL construct".
 bool KtSipURL::parseHeaderPart(KtInputStream& in) {
     char buffer[kBufferSize];
     std::memset(buffer, 0, sizeof buffer);
@@ -528,6 +530,10 @@ bool KtSipURL::parseHeaderPart(KtInputStream& in) {
             case ';':
                 finish(false);
                 break;
+            case '\0':
+                // Refused for the same reason as an escaped NUL above: the pair is stored
+                // as NUL-terminated texts (a raw NUL first emptied the value unnoticed).
+                KtSipParseError::sThrow(kIllegal);
             default:
                 store(c);
                 break;
