@@ -66,6 +66,17 @@ private:
     void* m_Context = nullptr;
 };
 
+/// Drops the lines written to the error stream while it lives (from any thread).
+class QuietErrors {
+public:
+    QuietErrors() { KtErrorStream::sSetSink([](void*, const char*, unsigned) {}, nullptr, &m_Sink, &m_Context); }
+    ~QuietErrors() { KtErrorStream::sSetSink(m_Sink, m_Context); }
+
+private:
+    KtErrorStream::Sink m_Sink = nullptr;
+    void* m_Context = nullptr;
+};
+
 /// The headers of a valid INVITE from alice to bob (no Content-Length, no blank line).
 inline std::string inviteHeaders() {
     return "Via: SIP/2.0/UDP a.example:5070;branch=z9hG4bK1\nFrom: <sip:alice@a.example:5070>;tag=88\n"

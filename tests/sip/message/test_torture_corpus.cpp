@@ -22,13 +22,11 @@
 #include <typeinfo>
 #include <vector>
 
-#include "KtErrorStream.h"
 #include "KtSipAckMessage.h"
 #include "KtSipByeMessage.h"
 #include "KtSipCancelMessage.h"
 #include "KtSipInfoMessage.h"
 #include "KtSipInviteMessage.h"
-#include "KtSipMessage.h"
 #include "KtSipMessageMessage.h"
 #include "KtSipNotifyMessage.h"
 #include "KtSipOptionsMessage.h"
@@ -38,6 +36,7 @@
 #include "KtSipResponse.h"
 #include "KtSipSubscribeMessage.h"
 #include "KtSipUnknownRequest.h"
+#include "MessageTestUtil.h"
 #include "TorvaneMemAllocator.h"
 
 namespace {
@@ -50,42 +49,35 @@ struct CorpusFile {
     long long bytes;    ///< size recorded in the index
 };
 
-/// The files of index.json with their recorded sizes. The index is an array of flat
-/// objects whose "file" member comes before "bytes"; reading those two members in order
-/// is all the parsing needed.
-std::vector<CorpusFile> corpusIndex() {
-    std::ifstream in(kCorpusDir + "/index.json");
-    std::stringstream text;
-    text << in.rdbuf();
-    const std::string json = text.str();
-    std::vector<CorpusFile> files;
-    // The value of the member `name` that starts at or after `from`, and where it ends.
-    const auto member = [&](const std::string& name, size_t from, size_t& end) -> std::string {
-        const size_t key = json.find("\"" + name + "\"", from);
-        if (key == std::string::npos) return "";
-        size_t at = json.find(':', key) + 1;
-        while (at < json.size() && (json[at] == ' ' || json[at] == '\n')) ++at;
-        if (json[at] == '"') {
-            end = json.find('"', at + 1);
-            return json.substr(at + 1, end - at - 1);
-        }
-        end = json.find_first_not_of("0123456789", at);
-        return json.substr(at, end - at);
-    };
-    size_t end = 0;
-    for (std::string file = member("file", 0, end); !file.empty(); file = member("file", end, end)) {
-        size_t bytesEnd = end;
-        const std::string bytes = member("bytes", end, bytesEnd);
-        files.push_back({file, bytes.empty() ? -1 : std::stoll(bytes)});
-    }
-    return files;
-}
-
 std::string readFile(const std::string& path) {
     std::ifstream in(path, std::ios::binary);
     std::stringstream bytes;
     bytes << in.rdbuf();
     return bytes.str();
+}
+
+/// The files of index.json with their recorded sizes. The index is an array of flat
+/// objects whose "file" member comes before "bytes"; reading those two members in order
+/// is all the parsing needed.
+std::vector<CorpusFile> corpusIndex() {
+    const std::string json = readFile(kCorpusDir + "/index.json");
+    std::vector<CorpusFile> files;
+    // The value of the member `name` that starts at or after `from`; `from` moves past it.
+    const auto member = [&](const std::string& name, size_t& from) -> std::string {
+        const size_t key = json.find("\"" + name + "\"", from);
+        if (key == std::string::npos) return "";
+        const size_t at = json.find_first_not_of(" \n", json.find(':', key) + 1);
+        const bool quoted = json[at] == '"';
+        from = quoted ? json.find('"', at + 1) : json.find_first_not_of("0123456789", at);
+        return json.substr(at + quoted, from - at - quoted);
+    };
+    size_t end = 0;
+    for (std::string file = member("file", end); !file.empty(); file = member("file", end)) {
+        size_t bytesEnd = end;
+        const std::string bytes = member("bytes", bytesEnd);
+        files.push_back({file, bytes.empty() ? -1 : std::stoll(bytes)});
+    }
+    return files;
 }
 
 /// Printable form for one line of the table: control bytes, backslash and bytes above
@@ -104,35 +96,11 @@ std::string escaped(const std::string& text) {
     return out;
 }
 
-/// Collects the error-stream lines while it lives.
-class ErrorLines {
-public:
-    ErrorLines() { KtErrorStream::sSetSink(&collect, this, &m_Sink, &m_Context); }
-    ~ErrorLines() { KtErrorStream::sSetSink(m_Sink, m_Context); }
-    std::string joined() const {
-        std::string out;
-        for (const std::string& line : m_Lines) out += " | " + line;
-        return out;
-    }
-
-private:
-    static void collect(void* self, const char* line, unsigned length) {
-        static_cast<ErrorLines*>(self)->m_Lines.emplace_back(line, length);
-    }
-    std::vector<std::string> m_Lines;
-    KtErrorStream::Sink m_Sink = nullptr;
-    void* m_Context = nullptr;
-};
-
-KtHandle<KtSipMessage> parse(const std::string& wire) {
-    KtByteArrayInputStream in(wire.data(), static_cast<unsigned>(wire.size()));
-    return KtSipMessage::sConstructFrom(in);
-}
-
-std::string wire(const KtSipMessage& message) {
-    KtByteArrayOutputStream out(1024);
-    message.serialize(out);
-    return std::string(out.data(), out.size());
+/// The error-stream lines of `errors`, each after " | ".
+std::string joined(const msgtest::ErrorCapture& errors) {
+    std::string out;
+    for (const std::string& line : errors.lines) out += " | " + line;
+    return out;
 }
 
 template <class T>
@@ -204,24 +172,24 @@ struct Result {
 
 Result run(const std::string& bytes) {
     Result result;
-    ErrorLines errors;
+    msgtest::ErrorCapture errors;
     KtHandle<KtSipMessage> message;
     try {
-        message = parse(bytes);
+        message = msgtest::parse(bytes);
     } catch (const KtException& e) {
-        result.outcome = className(e) + ": " + e.getMessage() + errors.joined();
+        result.outcome = className(e) + ": " + e.getMessage() + joined(errors);
         return result;
     }
     result.parsed = true;
     result.outcome = (message->isValid() ? std::string("valid") : "status " + std::to_string(message->getStatus())) +
-                     " (" + messageClass(*message) + ")" + errors.joined();
-    const std::string first = wire(*message);
+                     " (" + messageClass(*message) + ")" + joined(errors);
+    const std::string first = msgtest::wire(*message);
     std::string error;
     KtHandle<KtSipMessage> again = parseKeepingRefused(first, error);
     if (again.isNil()) {
         result.roundTripProblem = "output cannot be read again (" + error + "):\n" + first;
-    } else if (wire(*again) != first) {
-        result.roundTripProblem = "output changes:\n" + first + "\n--- becomes ---\n" + wire(*again);
+    } else if (msgtest::wire(*again) != first) {
+        result.roundTripProblem = "output changes:\n" + first + "\n--- becomes ---\n" + msgtest::wire(*again);
     } else if (message->isValid() && !again->isValid()) {
         result.roundTripProblem = "output of a valid message is refused (status " +
                                   std::to_string(again->getStatus()) + ", " + error + "):\n" + first;
