@@ -356,21 +356,44 @@ void MemPool::deallocateSlow(void* block, std::size_t size, unsigned cls) noexce
     }
 }
 
+// Fast path shared by both allocate forms: a block of class `cls` from the thread's bin,
+// counted, or null when the slow path must run.
+inline FreeBlock* popFast(unsigned pool, unsigned cls, std::size_t size) {
+    ThreadCache* c = tCache;
+    if (c <= kDeadCache || cls >= kClasses) return nullptr;
+    ThreadCache::Bin& bin = c->bins[pool][cls];
+    FreeBlock* b = bin.head;
+    if (b == nullptr) return nullptr;
+    bin.head = b->next;
+    --bin.count;
+    ThreadCache::Counters& t = c->counters[pool];
+    ownerAdd(t.objects, 1ll);
+    ownerAdd(t.bytes, static_cast<long long>(size));
+    ownerAdd(t.allocations, 1ull);
+    return b;
+}
+
+// Fast path shared by both deallocate forms: false when the slow path must run.
+inline bool pushFast(unsigned pool, unsigned cls, void* block, std::size_t size) {
+    ThreadCache* c = tCache;
+    if (c <= kDeadCache || cls >= kClasses) return false;
+    ThreadCache::Bin& bin = c->bins[pool][cls];
+    if (bin.count >= kCacheLimit) return false;
+    FreeBlock* b = static_cast<FreeBlock*>(block);
+    b->next = bin.head;
+    bin.head = b;
+    ++bin.count;
+    ThreadCache::Counters& t = c->counters[pool];
+    ownerAdd(t.objects, -1ll);
+    ownerAdd(t.bytes, -static_cast<long long>(size));
+    return true;
+}
+
 void* MemPool::allocate(std::size_t size) {
     unsigned cls = classOf(size + kPrefix);
-    ThreadCache* c = tCache;
-    if (c > kDeadCache && cls < kClasses) {
-        ThreadCache::Bin& bin = c->bins[m_Index][cls];
-        if (FreeBlock* b = bin.head) {
-            bin.head = b->next;
-            --bin.count;
-            ThreadCache::Counters& t = c->counters[m_Index];
-            ownerAdd(t.objects, 1ll);
-            ownerAdd(t.bytes, static_cast<long long>(size));
-            ownerAdd(t.allocations, 1ull);
-            *reinterpret_cast<std::size_t*>(b) = size;
-            return reinterpret_cast<char*>(b) + kPrefix;
-        }
+    if (FreeBlock* b = popFast(m_Index, cls, size)) {
+        *reinterpret_cast<std::size_t*>(b) = size;
+        return reinterpret_cast<char*>(b) + kPrefix;
     }
     return allocateSlow(size, cls, true);
 }
@@ -380,59 +403,19 @@ void MemPool::deallocate(void* p) noexcept {
     char* block = static_cast<char*>(p) - kPrefix;
     std::size_t size = *reinterpret_cast<std::size_t*>(block);
     unsigned cls = classOf(size + kPrefix);
-    ThreadCache* c = tCache;
-    if (c > kDeadCache && cls < kClasses) {
-        ThreadCache::Bin& bin = c->bins[m_Index][cls];
-        if (bin.count < kCacheLimit) {
-            FreeBlock* b = reinterpret_cast<FreeBlock*>(block);
-            b->next = bin.head;
-            bin.head = b;
-            ++bin.count;
-            ThreadCache::Counters& t = c->counters[m_Index];
-            ownerAdd(t.objects, -1ll);
-            ownerAdd(t.bytes, -static_cast<long long>(size));
-            return;
-        }
-    }
-    deallocateSlow(block, size, cls);
+    if (!pushFast(m_Index, cls, block, size)) deallocateSlow(block, size, cls);
 }
 
 void* MemPool::allocateSized(std::size_t size) {
     unsigned cls = classOf(size);
-    ThreadCache* c = tCache;
-    if (c > kDeadCache && cls < kClasses) {
-        ThreadCache::Bin& bin = c->bins[m_Index][cls];
-        if (FreeBlock* b = bin.head) {
-            bin.head = b->next;
-            --bin.count;
-            ThreadCache::Counters& t = c->counters[m_Index];
-            ownerAdd(t.objects, 1ll);
-            ownerAdd(t.bytes, static_cast<long long>(size));
-            ownerAdd(t.allocations, 1ull);
-            return b;
-        }
-    }
+    if (FreeBlock* b = popFast(m_Index, cls, size)) return b;
     return allocateSlow(size, cls, false);
 }
 
 void MemPool::deallocateSized(void* p, std::size_t size) noexcept {
     if (p == nullptr) return;
     unsigned cls = classOf(size);
-    ThreadCache* c = tCache;
-    if (c > kDeadCache && cls < kClasses) {
-        ThreadCache::Bin& bin = c->bins[m_Index][cls];
-        if (bin.count < kCacheLimit) {
-            FreeBlock* b = static_cast<FreeBlock*>(p);
-            b->next = bin.head;
-            bin.head = b;
-            ++bin.count;
-            ThreadCache::Counters& t = c->counters[m_Index];
-            ownerAdd(t.objects, -1ll);
-            ownerAdd(t.bytes, -static_cast<long long>(size));
-            return;
-        }
-    }
-    deallocateSlow(p, size, cls);
+    if (!pushFast(m_Index, cls, p, size)) deallocateSlow(p, size, cls);
 }
 
 #endif
