@@ -25,30 +25,25 @@ Torvane::MemPool& paramPool() {
 
 KtParameters::KtParameters(char separator)
     : m_pMutex(nullptr),
-      m_pPairs(reinterpret_cast<Pair*>(m_Inline)),
+      m_pPairs(m_InlinePairs),
       m_Size(0),
       m_Capacity(kInlinePairs),
+      m_pText(m_InlineText),
+      m_TextSize(0),
+      m_TextCapacity(kInlineText),
       m_Separator(separator) {}
 
-KtParameters::KtParameters(const KtParameters& other)
-    : KtObject(),
-      m_pMutex(nullptr),
-      m_pPairs(reinterpret_cast<Pair*>(m_Inline)),
-      m_Size(0),
-      m_Capacity(kInlinePairs),
-      m_Separator(other.m_Separator) {
+KtParameters::KtParameters(const KtParameters& other) : KtParameters(other.m_Separator) {
     KtMutexGuard lock(other.mutex());
+    // Only the live texts are copied, so the copy starts without dead bytes.
     for (unsigned i = 0; i < other.m_Size; ++i) {
-        // The strings are shared copy-on-write.
         const Pair& p = other.m_pPairs[i];
-        pushPair(KtString(p.name), KtString(p.value));
+        appendUnlocked(other.nameOf(p), p.nameLength, other.valueOf(p), p.valueLength, p.hasValue);
     }
 }
 
 KtParameters::~KtParameters() {
-    clearPairs();
-    if (m_pPairs != reinterpret_cast<Pair*>(m_Inline))
-        paramPool().deallocateSized(m_pPairs, m_Capacity * sizeof(Pair));
+    freeBlocks();
     delete m_pMutex.load(std::memory_order_acquire);
 }
 
@@ -63,53 +58,120 @@ KtMutex& KtParameters::createMutex() const {
     return *expected;
 }
 
-void KtParameters::pushPair(KtString&& name, KtString&& value) {
+void KtParameters::freeBlocks() noexcept {
+    if (m_pPairs != m_InlinePairs) paramPool().deallocateSized(m_pPairs, m_Capacity * sizeof(Pair));
+    if (m_pText != m_InlineText) paramPool().deallocateSized(m_pText, m_TextCapacity);
+}
+
+// Makes room for `extra` more bytes of text. A new buffer receives only the live texts, so
+// the dead bytes of replaced values and removed pairs go at each growth.
+void KtParameters::reserveText(unsigned extra) {
+    if (extra <= m_TextCapacity - m_TextSize) return;
+    unsigned live = 0;
+    for (unsigned i = 0; i < m_Size; ++i) {
+        const Pair& p = m_pPairs[i];
+        live += p.nameLength + 1 + (p.hasValue ? p.valueLength + 1 : 0);
+    }
+    const unsigned long long needed = static_cast<unsigned long long>(live) + extra;
+    if (needed > 0x7fffffffull) throw std::bad_alloc();  // offsets are 32-bit
+    unsigned capacity = m_TextCapacity;
+    while (capacity < needed) capacity *= 2;
+    char* text = static_cast<char*>(paramPool().allocateSized(capacity));
+    unsigned size = 0;
+    for (unsigned i = 0; i < m_Size; ++i) {
+        Pair& p = m_pPairs[i];
+        std::memcpy(text + size, nameOf(p), p.nameLength + 1);
+        p.nameOffset = size;
+        size += p.nameLength + 1;
+        if (p.hasValue) {
+            std::memcpy(text + size, valueOf(p), p.valueLength + 1);
+            p.valueOffset = size;
+            size += p.valueLength + 1;
+        }
+    }
+    if (m_pText != m_InlineText) paramPool().deallocateSized(m_pText, m_TextCapacity);
+    m_pText = text;
+    m_TextSize = size;
+    m_TextCapacity = capacity;
+}
+
+// Appends `length` bytes of `text` and a NUL; returns their offset. Room must be reserved.
+unsigned KtParameters::storeText(const char* text, unsigned length) {
+    const unsigned offset = m_TextSize;
+    std::memcpy(m_pText + offset, text, length);
+    m_pText[offset + length] = '\0';
+    m_TextSize += length + 1;
+    return offset;
+}
+
+void KtParameters::pushPair(const Pair& pair) {
     if (m_Size == m_Capacity) {
         const unsigned capacity = m_Capacity * 2;
         Pair* pairs = static_cast<Pair*>(paramPool().allocateSized(capacity * sizeof(Pair)));
-        for (unsigned i = 0; i < m_Size; ++i) {
-            new (&pairs[i]) Pair{std::move(m_pPairs[i].name), std::move(m_pPairs[i].value)};
-            m_pPairs[i].~Pair();
-        }
-        if (m_pPairs != reinterpret_cast<Pair*>(m_Inline))
-            paramPool().deallocateSized(m_pPairs, m_Capacity * sizeof(Pair));
+        std::memcpy(pairs, m_pPairs, m_Size * sizeof(Pair));
+        if (m_pPairs != m_InlinePairs) paramPool().deallocateSized(m_pPairs, m_Capacity * sizeof(Pair));
         m_pPairs = pairs;
         m_Capacity = capacity;
     }
-    new (&m_pPairs[m_Size]) Pair{std::move(name), std::move(value)};
-    ++m_Size;
+    m_pPairs[m_Size++] = pair;
 }
 
 void KtParameters::erasePair(unsigned i) {
-    for (; i + 1 < m_Size; ++i) {
-        m_pPairs[i].name = std::move(m_pPairs[i + 1].name);
-        m_pPairs[i].value = std::move(m_pPairs[i + 1].value);
-    }
-    m_pPairs[--m_Size].~Pair();
+    std::memmove(m_pPairs + i, m_pPairs + i + 1, (m_Size - i - 1) * sizeof(Pair));
+    --m_Size;
 }
 
 void KtParameters::clearPairs() noexcept {
-    for (unsigned i = 0; i < m_Size; ++i) m_pPairs[i].~Pair();
     m_Size = 0;
+    m_TextSize = 0;
 }
 
 int KtParameters::findUnlocked(const char* name) const {
     if (name == nullptr) return -1;
     for (unsigned i = 0; i < m_Size; ++i)
-        if (std::strcmp(m_pPairs[i].name.c_str(), name) == 0) return static_cast<int>(i);
+        if (std::strcmp(nameOf(m_pPairs[i]), name) == 0) return static_cast<int>(i);
     return -1;
+}
+
+bool KtParameters::removeUnlocked(const char* name) {
+    int i = findUnlocked(name);
+    if (i < 0) return false;
+    erasePair(static_cast<unsigned>(i));
+    return true;
+}
+
+void KtParameters::appendUnlocked(const char* name, unsigned nameLength, const char* value, unsigned valueLength,
+                                  bool hasValue) {
+    reserveText(nameLength + 1 + (hasValue ? valueLength + 1 : 0));
+    Pair pair;
+    pair.nameOffset = storeText(name, nameLength);
+    pair.nameLength = nameLength;
+    pair.hasValue = hasValue;
+    pair.valueOffset = hasValue ? storeText(value, valueLength) : 0;
+    pair.valueLength = hasValue ? valueLength : 0;
+    pushPair(pair);
 }
 
 void KtParameters::setUnlocked(const char* name, unsigned nameLength, const char* value, unsigned valueLength,
                                bool hasValue) {
     for (unsigned i = 0; i < m_Size; ++i) {
         Pair& p = m_pPairs[i];
-        if (p.name.length() == nameLength && std::memcmp(p.name.c_str(), name, nameLength) == 0) {
-            p.value = hasValue ? KtString(value, valueLength) : KtString();
-            return;
+        if (p.nameLength != nameLength || std::memcmp(nameOf(p), name, nameLength) != 0) continue;
+        if (hasValue && p.hasValue && valueLength <= p.valueLength) {
+            // The new value fits where the old one was.
+            std::memcpy(m_pText + p.valueOffset, value, valueLength);
+            m_pText[p.valueOffset + valueLength] = '\0';
+        } else if (hasValue) {
+            reserveText(valueLength + 1);  // may move the texts, not the pairs
+            p.valueOffset = storeText(value, valueLength);
+        } else {
+            p.valueOffset = 0;
         }
+        p.hasValue = hasValue;
+        p.valueLength = hasValue ? valueLength : 0;
+        return;
     }
-    pushPair(KtString(name, nameLength), hasValue ? KtString(value, valueLength) : KtString());
+    appendUnlocked(name, nameLength, value, valueLength, hasValue);
 }
 
 // Reads one pair straight from the stream's window when the pair ends inside it, which is
@@ -224,29 +286,38 @@ void KtParameters::parse(KtInputStream& in) {
 }
 
 void KtParameters::parseUnshared(KtInputStream& in) {
-    if (getRefCount() > 1) {
-        parse(in);
-        return;
-    }
-    parseUnlocked(in);
+    unshared([&] { parseUnlocked(in); });
 }
 
 void KtParameters::setValueUnshared(const char* name, const char* value) {
-    if (getRefCount() > 1) {
-        setValue(name, value);
-        return;
-    }
     if (name == nullptr) return;
-    setUnlocked(name, static_cast<unsigned>(std::strlen(name)), value,
-                value ? static_cast<unsigned>(std::strlen(value)) : 0, value != nullptr);
+    unshared([&] {
+        setUnlocked(name, static_cast<unsigned>(std::strlen(name)), value,
+                    value ? static_cast<unsigned>(std::strlen(value)) : 0, value != nullptr);
+    });
 }
 
 void KtParameters::clearUnshared() {
-    if (getRefCount() > 1) {
-        clear();
-        return;
-    }
-    clearPairs();
+    unshared([&] { clearPairs(); });
+}
+
+bool KtParameters::hasNameUnshared(const char* name) const {
+    return unshared([&] { return findUnlocked(name) >= 0; });
+}
+
+KtString KtParameters::getValueUnshared(const char* name) const {
+    return unshared([&] {
+        int i = findUnlocked(name);
+        return i < 0 ? KtString() : valueString(m_pPairs[static_cast<unsigned>(i)]);
+    });
+}
+
+bool KtParameters::removeValueUnshared(const char* name) {
+    return unshared([&] { return removeUnlocked(name); });
+}
+
+unsigned KtParameters::sizeUnshared() const {
+    return unshared([&] { return m_Size; });
 }
 
 void KtParameters::parse(const char* text) {
@@ -260,10 +331,10 @@ void KtParameters::serializeUnlocked(KtOutputStream& out) const {
     for (unsigned i = 0; i < m_Size; ++i) {
         const Pair& p = m_pPairs[i];
         if (i) out.put(m_Separator);
-        out << p.name;
-        if (!p.value.isNil()) {
+        out.write(nameOf(p), p.nameLength);
+        if (p.hasValue) {
             out.put('=');
-            out << p.value;
+            out.write(valueOf(p), p.valueLength);
         }
     }
 }
@@ -285,7 +356,7 @@ KtString KtParameters::getString() const {
 KtString KtParameters::getValue(const char* name) const {
     KtMutexGuard lock(mutex());
     int i = findUnlocked(name);
-    return i < 0 ? KtString() : m_pPairs[static_cast<unsigned>(i)].value;
+    return i < 0 ? KtString() : valueString(m_pPairs[static_cast<unsigned>(i)]);
 }
 
 bool KtParameters::hasName(const char* name) const {
@@ -302,10 +373,7 @@ void KtParameters::setValue(const char* name, const char* value) {
 
 bool KtParameters::removeValue(const char* name) {
     KtMutexGuard lock(mutex());
-    int i = findUnlocked(name);
-    if (i < 0) return false;
-    erasePair(static_cast<unsigned>(i));
-    return true;
+    return removeUnlocked(name);
 }
 
 void KtParameters::clear() {
@@ -320,10 +388,10 @@ unsigned KtParameters::size() const {
 
 KtString KtParameters::getName(unsigned i) const {
     KtMutexGuard lock(mutex());
-    return i < m_Size ? m_pPairs[i].name : KtString();
+    return i < m_Size ? KtString(nameOf(m_pPairs[i]), m_pPairs[i].nameLength) : KtString();
 }
 
 KtString KtParameters::getValueAt(unsigned i) const {
     KtMutexGuard lock(mutex());
-    return i < m_Size ? m_pPairs[i].value : KtString();
+    return i < m_Size ? valueString(m_pPairs[i]) : KtString();
 }

@@ -32,9 +32,14 @@ public:
     /// (the owner is not yet, or not any more, shared). When the list is referenced by more
     /// than one handle it takes the mutex like parse(in).
     void parseUnshared(KtInputStream& in);
-    /// As setValue and clear, likewise without the mutex for a list no other thread can reach.
+    /// As setValue, clear, hasName, getValue, removeValue and size, likewise without the
+    /// mutex for a list no other thread can reach.
     void setValueUnshared(const char* name, const char* value);
     void clearUnshared();
+    bool hasNameUnshared(const char* name) const;
+    KtString getValueUnshared(const char* name) const;
+    bool removeValueUnshared(const char* name);
+    unsigned sizeUnshared() const;
     /// As above over a NUL-terminated text.
     void parse(const char* text);
     /// Writes the pairs joined by the separator (name, or name=value), nothing when empty.
@@ -68,12 +73,20 @@ public:
     void setSeparator(char separator) { m_Separator = separator; }
 
 private:
+    // The texts of a list live in one buffer, each NUL-terminated; a pair holds offsets into
+    // it. Reading a list thus costs no object per name or value: strings are made only when
+    // getName, getValue or getValueAt hand one out. Replaced values and removed pairs leave
+    // dead bytes behind, dropped whenever the buffer grows.
     struct Pair {
-        KtString name;
-        KtString value;
+        unsigned nameOffset;
+        unsigned nameLength;
+        unsigned valueOffset;
+        unsigned valueLength;
+        bool hasValue;
     };
-    // Pairs live in place up to kInlinePairs, then in a block of the "KtParameters" pool.
+    // Pairs and text live in place up to these sizes, then in blocks of the "KtParameters" pool.
     static constexpr unsigned kInlinePairs = 4;
+    static constexpr unsigned kInlineText = 96;
 
     // The list's mutex, created on first locked use (most parsed lists are only read by the
     // thread that parsed them, so many never need one).
@@ -82,12 +95,30 @@ private:
         return m ? *m : createMutex();
     }
     KtMutex& createMutex() const;
-    void pushPair(KtString&& name, KtString&& value);
+    // Runs `f` under the mutex, or without it when this handle is the list's only reference.
+    template <class F>
+    auto unshared(F f) const -> decltype(f()) {
+        if (getRefCount() > 1) {
+            KtMutexGuard lock(mutex());
+            return f();
+        }
+        return f();
+    }
+    const char* nameOf(const Pair& p) const { return m_pText + p.nameOffset; }
+    const char* valueOf(const Pair& p) const { return m_pText + p.valueOffset; }
+    KtString valueString(const Pair& p) const { return p.hasValue ? KtString(valueOf(p), p.valueLength) : KtString(); }
+    unsigned storeText(const char* text, unsigned length);
+    void reserveText(unsigned extra);
+    void pushPair(const Pair& pair);
     void erasePair(unsigned i);
     void clearPairs() noexcept;
+    void freeBlocks() noexcept;
     bool parsePairInPlace(KtInputStream& in, bool commaEnds, int& stop);
     int findUnlocked(const char* name) const;
+    bool removeUnlocked(const char* name);
     void setUnlocked(const char* name, unsigned nameLength, const char* value, unsigned valueLength, bool hasValue);
+    void appendUnlocked(const char* name, unsigned nameLength, const char* value, unsigned valueLength,
+                        bool hasValue);
     void parseUnlocked(KtInputStream& in);
     void serializeUnlocked(KtOutputStream& out) const;
 
@@ -95,8 +126,12 @@ private:
     Pair* m_pPairs;
     unsigned m_Size;
     unsigned m_Capacity;
+    char* m_pText;
+    unsigned m_TextSize;      // bytes in use, dead ones included
+    unsigned m_TextCapacity;
     char m_Separator;
-    alignas(Pair) unsigned char m_Inline[kInlinePairs * sizeof(Pair)];
+    Pair m_InlinePairs[kInlinePairs];
+    char m_InlineText[kInlineText];
 };
 
 #endif

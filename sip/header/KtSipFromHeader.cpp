@@ -36,7 +36,7 @@ KtSipFromHeader::~KtSipFromHeader() {}
 void KtSipFromHeader::doParse(KtInputStream& in) {
     TORVANE_TRACE_SCOPE(fileLogger(), "KtSipFromHeader::doParse");
     KtSipNameAddrParamsHeader::doParse(in);
-    checkValidity();
+    checkAddress("Invalid From header", true);  // the URL was just parsed: no other thread has it
 }
 
 void KtSipFromHeader::checkValidity() {

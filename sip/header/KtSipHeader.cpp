@@ -107,13 +107,23 @@ std::vector<const char*> KtSipHeader::sRegisteredNames() {
     return names;
 }
 
+namespace {
+
+// The header object for `token`: the registered class, or an unknown header keeping the
+// name. `registered` tells which.
+KtSipHeader* construct(const char* token, bool& registered) {
+    if (token == nullptr) token = "";
+    Constructor constructor = gRegistry != nullptr ? gRegistry->find(token) : nullptr;
+    registered = constructor != nullptr;
+    return registered ? constructor() : new KtSipUnknownHeader(token);
+}
+
+}  // namespace
+
 KtSipHeader* KtSipHeader::sConstruct(const char* token) {
     TORVANE_TRACE_SCOPE(fileLogger(), "KtSipHeader::sConstruct");
-    if (token == nullptr) token = "";
-    if (gRegistry != nullptr) {
-        if (Constructor constructor = gRegistry->find(token)) return constructor();
-    }
-    return new KtSipUnknownHeader(token);
+    bool registered;
+    return construct(token, registered);
 }
 
 KtHandle<KtSipHeader> KtSipHeader::sConstructFrom(KtInputStream& in) {
@@ -128,14 +138,15 @@ KtHandle<KtSipHeader> KtSipHeader::sConstructFrom(KtInputStream& in) {
         KtStreamTokenizer::sDiscardLine(in);
         KtSipParseError::sThrow("Header token expected");
     }
-    KtHandle<KtSipHeader> header(sConstruct(name));
+    bool registered;
+    KtHandle<KtSipHeader> header(construct(name, registered));
     header->parse(in);
     // The class was chosen by the peeked name, but the header keeps the name read from the
     // whole line (CRs dropped, blanks trimmed). A CR inside the name or white space before
     // it hides a registered name from the peek ("Vi<CR>a", " Via"); kept as an unknown
     // header, such a line would be written back as a line that the next reader parses as
     // the registered class. A header name holds neither, so the line is refused.
-    if (!sIsRegistered(name) && sIsRegistered(header->getToken().c_str()))
+    if (!registered && sIsRegistered(header->getToken().c_str()))
         KtSipParseError::sThrow("Invalid header name");
     return header;
 }

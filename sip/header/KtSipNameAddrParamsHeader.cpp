@@ -61,7 +61,7 @@ void KtSipNameAddrParamsHeader::assignURL(const KtHandle<KtSipURL>& url, const K
     m_parameters = parameters.isNil() ? new KtParameters(';') : parameters->clone();
 }
 
-void KtSipNameAddrParamsHeader::checkAddress(const char* message) {
+void KtSipNameAddrParamsHeader::checkAddress(const char* message, bool fresh) {
     // A fresh name-address holds an empty generic URI as a placeholder: it counts as no URI,
     // so that a header built from a nil name-address or URL is refused.
     if (m_nameAddress.isNil()) KtSipParseError::sThrow(message);
@@ -72,11 +72,21 @@ void KtSipNameAddrParamsHeader::checkAddress(const char* message) {
     // Only a sip: URL is checked further (a cast, not getURL, which reports other schemes
     // as an assertion failure).
     KtHandle<KtSipURL> url = uri.dynamicCast<KtSipURL>();
-    if (url.isNil() || !url->hasParameters()) return;
-    const KtHandle<KtParameters>& parameters = url->getParameters();
-    parameters->removeValue("transport");
-    parameters->removeValue("maddr");
-    parameters->removeValue("ttl");
-    // The URL headers are dropped only in this branch: a URL without parameters keeps them.
-    url->getHeaders()->clear();
+    if (url.isNil()) return;
+    KtParameters& parameters = *url->getParameters();
+    KtParameters& headers = *url->getHeaders();
+    if (fresh) {
+        if (parameters.sizeUnshared() == 0) return;
+        parameters.removeValueUnshared("transport");
+        parameters.removeValueUnshared("maddr");
+        parameters.removeValueUnshared("ttl");
+        // The URL headers are dropped only in this branch: a URL without parameters keeps them.
+        headers.clearUnshared();
+        return;
+    }
+    if (!url->hasParameters()) return;
+    parameters.removeValue("transport");
+    parameters.removeValue("maddr");
+    parameters.removeValue("ttl");
+    headers.clear();
 }

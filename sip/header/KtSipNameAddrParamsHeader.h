@@ -45,8 +45,9 @@ protected:
     /// The address check of From and To: throws KtSipParseError `message` when the
     /// name-address or its URI is missing (an empty generic URI counts as missing); for a
     /// sip: URL that has URI parameters, removes "transport", "maddr" and "ttl" and clears
-    /// the URL headers, in place.
-    void checkAddress(const char* message);
+    /// the URL headers, in place. `fresh`: the URL was just parsed by this header and no
+    /// other thread can reach its lists, so they are changed without their mutexes.
+    void checkAddress(const char* message, bool fresh = false);
 
     KtHandle<KtParameters> m_parameters;
 };

@@ -36,11 +36,15 @@ void KtSipSessionExpiresHeader::setRefresher(const char* refresher) {
     m_Parameters->setValue(sRefresher, refresher);
 }
 
-void KtSipSessionExpiresHeader::checkValidity() const {
+void KtSipSessionExpiresHeader::checkValidity() const { checkRefresher(false); }
+
+void KtSipSessionExpiresHeader::checkRefresher(bool fresh) const {
     TORVANE_TRACE_SCOPE(fileLogger(), "KtSipSessionExpiresHeader::checkValidity");
     // Without a refresher parameter the header is valid (RFC 4028 makes it optional).
-    if (m_Parameters.isNil() || !m_Parameters->hasName(sRefresher)) return;
-    KtString refresher = m_Parameters->getValue(sRefresher);
+    if (m_Parameters.isNil()) return;
+    const KtParameters& parameters = *m_Parameters;
+    if (!(fresh ? parameters.hasNameUnshared(sRefresher) : parameters.hasName(sRefresher))) return;
+    KtString refresher = fresh ? parameters.getValueUnshared(sRefresher) : parameters.getValue(sRefresher);
     if (refresher.compareNoCase(sUAC) != 0 && refresher.compareNoCase(sUAS) != 0)
         KtSipParseError::sThrow("Invalid Refresher in Session-Expires Header");
 }
@@ -56,7 +60,7 @@ void KtSipSessionExpiresHeader::doParse(KtInputStream& in) {
         m_Parameters->parseUnshared(in);
     }
     // A received header with a refresher other than uac or uas is malformed.
-    checkValidity();
+    checkRefresher(true);
 }
 
 void KtSipSessionExpiresHeader::doSerialize(KtOutputStream& out) const {

@@ -47,6 +47,8 @@ protected:
     const KtSipUnsignedSyntax& getSyntax() const override;
 
 private:
+    // checkValidity; `fresh` when the list was just read by doParse (read without its mutex).
+    void checkRefresher(bool fresh) const;
     KtHandle<KtParameters> m_Parameters;
 };
 

@@ -37,7 +37,7 @@ KtSipToHeader::~KtSipToHeader() {}
 void KtSipToHeader::doParse(KtInputStream& in) {
     TORVANE_TRACE_SCOPE(fileLogger(), "KtSipToHeader::doParse");
     KtSipNameAddrParamsHeader::doParse(in);
-    checkValidity();
+    checkAddress("Invalid To header", true);  // the URL was just parsed: no other thread has it
 }
 
 void KtSipToHeader::checkValidity() {

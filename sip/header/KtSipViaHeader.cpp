@@ -150,7 +150,7 @@ KtSipViaHeader::KtSipViaHeader(const char* host, unsigned port, const char* tran
     TORVANE_TRACE_SCOPE(fileLogger(), "KtSipViaHeader ctor");
     m_host.assign(host);
     setTransport(transport);
-    checkValidity();
+    checkFields(true);
 }
 
 KtSipViaHeader::KtSipViaHeader(const KtSipViaHeader& other)
@@ -192,18 +192,22 @@ bool KtSipViaHeader::compare(KtHandle<KtSipViaHeader> other) const {
            m_transport.compare(other->m_transport.c_str()) == 0;
 }
 
-void KtSipViaHeader::checkValidity() const {
+void KtSipViaHeader::checkValidity() const { checkFields(false); }
+
+void KtSipViaHeader::checkFields(bool fresh) const {
     TORVANE_TRACE_SCOPE(fileLogger(), "KtSipViaHeader::checkValidity");
     if (m_protocol.empty() || m_version.empty() || m_transport.empty() || m_host.empty())
         KtSipParseError::sThrow(kInvalidVia);
-    if (m_parameters.isNil() || !m_parameters->hasName(sTTL)) return;
+    if (m_parameters.isNil()) return;
+    const KtParameters& parameters = *m_parameters;
+    if (!(fresh ? parameters.hasNameUnshared(sTTL) : parameters.hasName(sTTL))) return;
     // ttl = 1*3DIGIT, 0 to 255. A bare "ttl", a value with anything but digits and a value
     // that does not fit are refused as well as one above 255.
-    KtString ttl = m_parameters->getValue(sTTL);
+    KtString ttl = fresh ? parameters.getValueUnshared(sTTL) : parameters.getValue(sTTL);
     const char* text = ttl.c_str();
     unsigned length = ttl.length();
     if (length == 0 || length > 10 || std::strspn(text, "0123456789") != length) KtSipParseError::sThrow(kInvalidTTL);
-    if (getTTL() > 255) KtSipParseError::sThrow(kInvalidTTL);
+    if (std::strtol(text, nullptr, 10) > 255) KtSipParseError::sThrow(kInvalidTTL);
 }
 
 void KtSipViaHeader::doParse(KtInputStream& in) {
@@ -268,7 +272,7 @@ void KtSipViaHeader::doParse(KtInputStream& in) {
             break;
         }
     }
-    checkValidity();
+    checkFields(true);
 }
 
 void KtSipViaHeader::doSerialize(KtOutputStream& out) const {

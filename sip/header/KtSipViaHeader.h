@@ -99,6 +99,9 @@ public:
     void doSerialize(KtOutputStream& out) const override;
 
 private:
+    // checkValidity; `fresh` when the parameter list was made by this header's constructor
+    // or parser and no other thread can reach it yet (read without its mutex).
+    void checkFields(bool fresh) const;
     /// Reads the parameters after a ";" up to the end of the element or a comment.
     void parseParameters(KtInputStream& in);
 

@@ -1,8 +1,11 @@
 // Parameter lists: parsing, order, quoting, separators, copies.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "KtException.h"
 #include "KtParameters.h"
@@ -145,4 +148,51 @@ TEST(KtParameters, ManyPairsKeepTheirOrderThroughRemovalAndCopy) {
     copy->clearUnshared();
     EXPECT_EQ(0u, copy->size());
     EXPECT_EQ(8u, list->size());
+}
+
+// Random replacements (longer, shorter, bare), removals and clears, checked after every
+// step against a plain list: the texts of a list share one buffer that is reused and
+// compacted as it grows, and no pair may ever see another's bytes.
+TEST(KtParameters, EditsMatchASimpleModel) {
+    std::vector<std::pair<std::string, std::string>> model;  // value "\x01" stands for bare
+    KtHandle<KtParameters> list(new KtParameters(';'));
+    unsigned seed = 12345;
+    auto next = [&seed](unsigned n) { return (seed = seed * 1103515245u + 12345u) / 65536u % n; };
+    for (int step = 0; step < 3000; ++step) {
+        std::string name = "n" + std::to_string(next(12));
+        auto it = std::find_if(model.begin(), model.end(), [&](const auto& p) { return p.first == name; });
+        switch (next(10)) {
+        case 0:
+            EXPECT_EQ(it != model.end(), list->removeValue(name.c_str()));
+            if (it != model.end()) model.erase(it);
+            break;
+        case 1:
+            list->setValue(name.c_str(), nullptr);
+            if (it != model.end()) it->second = "\x01";
+            else model.emplace_back(name, "\x01");
+            break;
+        case 2:
+            if (next(20) == 0) {
+                list->clear();
+                model.clear();
+            }
+            break;
+        default: {
+            std::string value(next(150), static_cast<char>('a' + next(26)));
+            list->setValue(name.c_str(), value.c_str());
+            if (it != model.end()) it->second = value;
+            else model.emplace_back(name, value);
+        }
+        }
+        std::string expected;
+        for (const auto& p : model)
+            expected += (expected.empty() ? "" : ";") + p.first + (p.second == "\x01" ? "" : "=" + p.second);
+        ASSERT_EQ(expected, list->getString().c_str()) << "step " << step;
+        if (step % 97 == 0) {
+            KtHandle<KtParameters> copy(list->clone());
+            ASSERT_EQ(expected, copy->getString().c_str());
+            for (const auto& p : model)
+                EXPECT_EQ(p.second == "\x01" ? "" : p.second, copy->getValue(p.first.c_str()).c_str());
+        }
+    }
 }
