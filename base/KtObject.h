@@ -36,7 +36,12 @@ public:
     /// Inline forms used by handles on hot paths.
     void addRefInline() const noexcept { m_RefCount.fetch_add(1, std::memory_order_relaxed); }
     void releaseInline() const noexcept {
-        if (m_RefCount.fetch_sub(1, std::memory_order_acq_rel) == 1) delete this;
+        // Holding the only reference, no other thread can change the count (taking one needs
+        // a reference), so the locked decrement is skipped; the acquire load still orders the
+        // earlier releases of other threads before the deletion.
+        if (m_RefCount.load(std::memory_order_acquire) == 1 ||
+            m_RefCount.fetch_sub(1, std::memory_order_acq_rel) == 1)
+            delete this;
     }
 
 private:

@@ -34,39 +34,46 @@ struct CaseLess {
 inline unsigned char foldCase(unsigned char c) { return (c >= 'A' && c <= 'Z') ? static_cast<unsigned char>(c + 32) : c; }
 
 // The registry: the ordered map of names (the reference structure, case-insensitive order)
-// and, filled at the same time, an open-addressing table with case-folded hashes through
-// which lookups go. Both are written only while the library's static initialisers run.
+// and, filled at the same time, an open-addressing table through which lookups go. Its key
+// is the name's length with its first and last bytes folded to lower case: three loads,
+// no walk over the name; a probe compares lengths, then the bytes (exact first, as names
+// mostly arrive in their registered spelling, then ignoring case). Both structures are
+// written only while the library's static initialisers run.
 struct Registry {
     static const unsigned kSlots = 512;  // far more than the 64 names, so probes stay short
     struct Slot {
         const char* name;
+        unsigned length;
         Constructor constructor;
     };
     std::map<const char*, Constructor, CaseLess> map;
     Slot slots[kSlots] = {};
 
-    static unsigned hash(const char* name) {
-        unsigned h = 2166136261u;
-        for (const unsigned char* p = reinterpret_cast<const unsigned char*>(name); *p; ++p)
-            h = (h ^ foldCase(*p)) * 16777619u;
-        return h;
+    static unsigned key(const char* name, unsigned length) {
+        if (length == 0) return 0;
+        const unsigned char* p = reinterpret_cast<const unsigned char*>(name);
+        return (length * 97u + foldCase(p[0]) * 31u + foldCase(p[length - 1])) & (kSlots - 1);
     }
 
-    Constructor find(const char* name) const {
-        for (unsigned i = hash(name) & (kSlots - 1);; i = (i + 1) & (kSlots - 1)) {
+    Constructor find(const char* name, unsigned length) const {
+        for (unsigned i = key(name, length);; i = (i + 1) & (kSlots - 1)) {
             const Slot& s = slots[i];
             if (s.name == nullptr) return nullptr;
-            if (strcasecmp(s.name, name) == 0) return s.constructor;
+            if (s.length == length &&
+                (std::memcmp(s.name, name, length) == 0 || strncasecmp(s.name, name, length) == 0))
+                return s.constructor;
         }
     }
+
+    Constructor find(const char* name) const { return find(name, static_cast<unsigned>(std::strlen(name))); }
 
     void add(const char* name, Constructor constructor) {
         if (map.size() >= kSlots / 2) return;  // the table is sized for the library's own classes
         if (!map.emplace(name, constructor).second) return;  // first registration wins
-        unsigned i = hash(name) & (kSlots - 1);
+        const unsigned length = static_cast<unsigned>(std::strlen(name));
+        unsigned i = key(name, length);
         while (slots[i].name != nullptr) i = (i + 1) & (kSlots - 1);
-        slots[i].name = name;
-        slots[i].constructor = constructor;
+        slots[i] = Slot{name, length, constructor};
     }
 };
 

@@ -1,0 +1,49 @@
+// Helpers shared by every test program: the message of a thrown exception, the text an
+// object writes, a stream over a string and what is left of it.
+#ifndef KTSIP_TEST_SUPPORT_H
+#define KTSIP_TEST_SUPPORT_H
+
+#include <cstring>
+#include <string>
+
+#include "KtException.h"
+#include "KtInputStream.h"
+#include "KtOutputStream.h"
+
+namespace kttest {
+
+/// The message of the `E` that `action` throws, "" when it throws none. Exceptions of
+/// other types pass through, which fails the test.
+template <class E = KtException, class Action>
+std::string thrown(Action action) {
+    try {
+        action();
+    } catch (const E& e) {
+        return e.getMessage();
+    }
+    return "";
+}
+
+/// What `object.serialize()` writes.
+template <class T>
+std::string written(const T& object) {
+    KtByteArrayOutputStream out(512);
+    object.serialize(out);
+    return std::string(out.data(), out.size());
+}
+
+/// A stream over `text`, which must outlive it.
+inline KtByteArrayInputStream streamOf(const std::string& text) {
+    return KtByteArrayInputStream(text.data(), static_cast<unsigned>(text.size()));
+}
+inline KtByteArrayInputStream streamOf(const char* text) {
+    return KtByteArrayInputStream(text, static_cast<unsigned>(std::strlen(text)));
+}
+KtByteArrayInputStream streamOf(std::string&&) = delete;  // would outlive its text
+
+/// The bytes of `in` not read yet.
+inline std::string rest(const KtInputStream& in) { return std::string(in.current(), in.end()); }
+
+}  // namespace kttest
+
+#endif
