@@ -7,9 +7,10 @@
 // kBatch blocks at a time to or from the shared list. Blocks larger than the
 // largest class go straight to malloc (still counted).
 //
-// The fast path is one thread-local load (initial-exec model), a pop or push on
-// the thread's list and three plain stores to the thread's counters: no lock,
-// no atomic read-modify-write, no lookup by name.
+// The fast path, inline in the header, is one thread-local load (initial-exec
+// model), a pop or push on the thread's list and three plain stores to the
+// thread's counters: no call, no lock, no atomic read-modify-write, no lookup by
+// name. This file holds the slow paths, the registry and the statistics.
 //
 // Counters live in the thread caches (written only by their owner, read by
 // anyone through relaxed atomics) and are folded into the pool when a thread
@@ -27,35 +28,20 @@
 
 namespace Torvane {
 
+namespace pooldetail {
+__thread ThreadCacheData* tPoolCache __attribute__((tls_model("initial-exec"))) = nullptr;
+}  // namespace pooldetail
+
+using namespace pooldetail;
+
 namespace {
 
-const unsigned kMaxPools = 64;
-const std::size_t kPrefix = 16;
-const unsigned kCacheLimit = 256;
 const unsigned kBatch = 64;
 const std::size_t kSlabSize = 64 * 1024;
-
-// Size classes: multiples of 16 up to 512, then powers of two up to 64 KiB.
-const unsigned kSmallClasses = 32;  // 16 .. 512
-const unsigned kLargeClasses = 7;   // 1K .. 64K
-const unsigned kClasses = kSmallClasses + kLargeClasses;
-const unsigned kDirect = kClasses;  // marker of a block taken straight from malloc
-
-[[maybe_unused]] inline unsigned classOf(std::size_t size) {
-    if (size <= 512) return size == 0 ? 0 : static_cast<unsigned>((size - 1) >> 4);
-    std::size_t c = 1024;
-    for (unsigned i = 0; i < kLargeClasses; ++i, c <<= 1)
-        if (size <= c) return kSmallClasses + i;
-    return kDirect;
-}
 
 [[maybe_unused]] inline std::size_t classSize(unsigned cls) {
     return cls < kSmallClasses ? (cls + 1) * 16u : std::size_t(1024) << (cls - kSmallClasses);
 }
-
-struct FreeBlock {
-    FreeBlock* next;
-};
 
 // Shared state of one pool.
 struct PoolShared {
@@ -69,12 +55,6 @@ struct PoolShared {
     std::atomic<unsigned long long> retiredAllocations{0};
     std::atomic<unsigned long long> systemAllocations{0};
 };
-
-// Adds `d` to an atomic that only the owning thread writes: no locked instruction needed.
-template <class A, class V>
-inline void ownerAdd(A& a, V d) {
-    a.store(a.load(std::memory_order_relaxed) + d, std::memory_order_relaxed);
-}
 
 }  // namespace
 
@@ -110,18 +90,8 @@ struct PoolRegistry {
     }
 };
 
-struct ThreadCache {
-    struct Bin {
-        FreeBlock* head = nullptr;
-        unsigned count = 0;
-    };
-    struct Counters {
-        std::atomic<long long> objects{0};
-        std::atomic<long long> bytes{0};
-        std::atomic<unsigned long long> allocations{0};
-    };
-    Bin bins[kMaxPools][kClasses];
-    Counters counters[kMaxPools];
+struct ThreadCache : ThreadCacheData {
+    using Bin = CacheBin;
     ThreadCache* next = nullptr;
     ThreadCache* prev = nullptr;
 
@@ -164,13 +134,12 @@ namespace {
 // The calling thread's cache: null before first use, kDeadCache once the thread's
 // thread-local storage is being torn down (frees after that go to the shared lists).
 ThreadCache* const kDeadCache = reinterpret_cast<ThreadCache*>(1);
-thread_local ThreadCache* tCache __attribute__((tls_model("initial-exec"))) = nullptr;
 
 // Owns the cache; its destructor runs when the thread ends.
 struct CacheOwner {
     ~CacheOwner() {
-        ThreadCache* c = tCache;
-        tCache = kDeadCache;
+        ThreadCache* c = static_cast<ThreadCache*>(tPoolCache);
+        tPoolCache = kDeadCache;
         if (c != nullptr && c != kDeadCache) delete c;
     }
 };
@@ -178,15 +147,15 @@ thread_local CacheOwner tOwner;
 
 // The calling thread's cache, created on first use; null when the thread is ending.
 [[maybe_unused]] ThreadCache* threadCacheSlow() {
-    if (tCache == kDeadCache) return nullptr;
+    if (tPoolCache == kDeadCache) return nullptr;
     (void)&tOwner;  // touching it registers its destructor for this thread
     ThreadCache* c = new ThreadCache();
-    tCache = c;
+    tPoolCache = c;
     return c;
 }
 
 [[maybe_unused]] inline ThreadCache* liveCache() {
-    ThreadCache* c = tCache;
+    ThreadCache* c = static_cast<ThreadCache*>(tPoolCache);
     return c > kDeadCache ? c : nullptr;
 }
 
@@ -253,7 +222,7 @@ thread_local CacheOwner tOwner;
 
 inline void countIn(ThreadCache* c, PoolShared& s, unsigned pool, long long objects, long long bytes) {
     if (c != nullptr) {
-        ThreadCache::Counters& t = c->counters[pool];
+        CacheCounters& t = c->counters[pool];
         ownerAdd(t.objects, objects);
         ownerAdd(t.bytes, bytes);
         if (objects > 0) ownerAdd(t.allocations, 1ull);
@@ -273,40 +242,21 @@ MemPool& MemPool::sGet(const char* tag) { return PoolRegistry::get().find(tag ? 
 #ifdef KTSIP_POOL_PASSTHROUGH
 
 // Every block comes from malloc so that AddressSanitizer sees each object; counters are kept.
-void* MemPool::allocateSlow(std::size_t, unsigned, bool) { return nullptr; }
-void MemPool::deallocateSlow(void*, std::size_t, unsigned) noexcept {}
-
-void* MemPool::allocate(std::size_t size) {
+// No thread cache is ever made, so the inline fast paths always land here.
+void* MemPool::allocateSlow(std::size_t size, unsigned, bool prefixed) {
     PoolShared& s = *static_cast<PoolShared*>(m_pShared);
-    char* block = static_cast<char*>(std::malloc(size + kPrefix));
+    char* block = static_cast<char*>(std::malloc(prefixed ? size + kPrefix : (size == 0 ? 1 : size)));
     if (!block) throw std::bad_alloc();
     s.systemAllocations.fetch_add(1, std::memory_order_relaxed);
-    *reinterpret_cast<std::size_t*>(block) = size;
     countIn(nullptr, s, m_Index, 1, static_cast<long long>(size));
+    if (!prefixed) return block;
+    *reinterpret_cast<std::size_t*>(block) = size;
     return block + kPrefix;
 }
 
-void MemPool::deallocate(void* p) noexcept {
-    if (p == nullptr) return;
-    PoolShared& s = *static_cast<PoolShared*>(m_pShared);
-    char* block = static_cast<char*>(p) - kPrefix;
-    countIn(nullptr, s, m_Index, -1, -static_cast<long long>(*reinterpret_cast<std::size_t*>(block)));
-    std::free(block);
-}
-
-void* MemPool::allocateSized(std::size_t size) {
-    PoolShared& s = *static_cast<PoolShared*>(m_pShared);
-    void* block = std::malloc(size == 0 ? 1 : size);
-    if (!block) throw std::bad_alloc();
-    s.systemAllocations.fetch_add(1, std::memory_order_relaxed);
-    countIn(nullptr, s, m_Index, 1, static_cast<long long>(size));
-    return block;
-}
-
-void MemPool::deallocateSized(void* p, std::size_t size) noexcept {
-    if (p == nullptr) return;
+void MemPool::deallocateSlow(void* block, std::size_t size, unsigned) noexcept {
     countIn(nullptr, *static_cast<PoolShared*>(m_pShared), m_Index, -1, -static_cast<long long>(size));
-    std::free(p);
+    std::free(block);
 }
 
 #else
@@ -318,7 +268,7 @@ void* MemPool::allocateSlow(std::size_t size, unsigned cls, bool prefixed) {
     std::size_t total = prefixed ? size + kPrefix : size;
     void* block;
     ThreadCache* c = liveCache();
-    if (c == nullptr && tCache == nullptr) c = threadCacheSlow();
+    if (c == nullptr && tPoolCache == nullptr) c = threadCacheSlow();
     if (cls == kDirect) {
         block = std::malloc(total);
         if (!block) throw std::bad_alloc();
@@ -354,68 +304,6 @@ void MemPool::deallocateSlow(void* block, std::size_t size, unsigned cls) noexce
         bin.head = b;
         if (++bin.count > kCacheLimit) flushToShared(s, cls, bin);
     }
-}
-
-// Fast path shared by both allocate forms: a block of class `cls` from the thread's bin,
-// counted, or null when the slow path must run.
-inline FreeBlock* popFast(unsigned pool, unsigned cls, std::size_t size) {
-    ThreadCache* c = tCache;
-    if (c <= kDeadCache || cls >= kClasses) return nullptr;
-    ThreadCache::Bin& bin = c->bins[pool][cls];
-    FreeBlock* b = bin.head;
-    if (b == nullptr) return nullptr;
-    bin.head = b->next;
-    --bin.count;
-    ThreadCache::Counters& t = c->counters[pool];
-    ownerAdd(t.objects, 1ll);
-    ownerAdd(t.bytes, static_cast<long long>(size));
-    ownerAdd(t.allocations, 1ull);
-    return b;
-}
-
-// Fast path shared by both deallocate forms: false when the slow path must run.
-inline bool pushFast(unsigned pool, unsigned cls, void* block, std::size_t size) {
-    ThreadCache* c = tCache;
-    if (c <= kDeadCache || cls >= kClasses) return false;
-    ThreadCache::Bin& bin = c->bins[pool][cls];
-    if (bin.count >= kCacheLimit) return false;
-    FreeBlock* b = static_cast<FreeBlock*>(block);
-    b->next = bin.head;
-    bin.head = b;
-    ++bin.count;
-    ThreadCache::Counters& t = c->counters[pool];
-    ownerAdd(t.objects, -1ll);
-    ownerAdd(t.bytes, -static_cast<long long>(size));
-    return true;
-}
-
-void* MemPool::allocate(std::size_t size) {
-    unsigned cls = classOf(size + kPrefix);
-    if (FreeBlock* b = popFast(m_Index, cls, size)) {
-        *reinterpret_cast<std::size_t*>(b) = size;
-        return reinterpret_cast<char*>(b) + kPrefix;
-    }
-    return allocateSlow(size, cls, true);
-}
-
-void MemPool::deallocate(void* p) noexcept {
-    if (p == nullptr) return;
-    char* block = static_cast<char*>(p) - kPrefix;
-    std::size_t size = *reinterpret_cast<std::size_t*>(block);
-    unsigned cls = classOf(size + kPrefix);
-    if (!pushFast(m_Index, cls, block, size)) deallocateSlow(block, size, cls);
-}
-
-void* MemPool::allocateSized(std::size_t size) {
-    unsigned cls = classOf(size);
-    if (FreeBlock* b = popFast(m_Index, cls, size)) return b;
-    return allocateSlow(size, cls, false);
-}
-
-void MemPool::deallocateSized(void* p, std::size_t size) noexcept {
-    if (p == nullptr) return;
-    unsigned cls = classOf(size);
-    if (!pushFast(m_Index, cls, p, size)) deallocateSlow(p, size, cls);
 }
 
 #endif

@@ -12,12 +12,95 @@
 #ifndef KTSIP_TORVANE_MEM_ALLOCATOR_H
 #define KTSIP_TORVANE_MEM_ALLOCATOR_H
 
+#include <atomic>
 #include <cstddef>
+#include <cstdint>
 #include <new>
 #include <string>
 #include <vector>
 
 namespace Torvane {
+
+// The per-thread cache layout, shared with the inline fast paths below. A thread's cache
+// holds, per pool and size class, a free list of up to kCacheLimit blocks, and per pool the
+// counters the thread has changed (written only by their owner, read by anyone).
+namespace pooldetail {
+constexpr unsigned kMaxPools = 64;
+constexpr std::size_t kPrefix = 16;    // size header of the blocks of allocate()
+constexpr unsigned kCacheLimit = 256;
+constexpr unsigned kSmallClasses = 32;  // 16 .. 512 bytes in steps of 16
+constexpr unsigned kLargeClasses = 7;   // 1K .. 64K
+constexpr unsigned kClasses = kSmallClasses + kLargeClasses;
+constexpr unsigned kDirect = kClasses;  // marker of a block taken straight from malloc
+
+struct FreeBlock {
+    FreeBlock* next;
+};
+struct CacheBin {
+    FreeBlock* head = nullptr;
+    unsigned count = 0;
+};
+struct CacheCounters {
+    std::atomic<long long> objects{0};
+    std::atomic<long long> bytes{0};
+    std::atomic<unsigned long long> allocations{0};
+};
+struct ThreadCacheData {
+    CacheBin bins[kMaxPools][kClasses];
+    CacheCounters counters[kMaxPools];
+};
+
+// The calling thread's cache: null before its first allocation and in pass-through builds,
+// the value 1 while the thread is ending. Plain __thread with the initial-exec model: one
+// load from the thread pointer, no wrapper call.
+extern __thread ThreadCacheData* tPoolCache __attribute__((tls_model("initial-exec")));
+
+inline unsigned classOf(std::size_t size) {
+    if (size <= 512) return size == 0 ? 0 : static_cast<unsigned>((size - 1) >> 4);
+    std::size_t c = 1024;
+    for (unsigned i = 0; i < kLargeClasses; ++i, c <<= 1)
+        if (size <= c) return kSmallClasses + i;
+    return kDirect;
+}
+
+// Adds `d` to a counter only its owning thread writes: no locked instruction needed.
+template <class A, class V>
+inline void ownerAdd(A& a, V d) {
+    a.store(a.load(std::memory_order_relaxed) + d, std::memory_order_relaxed);
+}
+
+// A block of class `cls` from the thread's list, counted; null when the slow path must run.
+inline FreeBlock* popFast(unsigned pool, unsigned cls, std::size_t size) {
+    ThreadCacheData* c = tPoolCache;
+    if (reinterpret_cast<std::uintptr_t>(c) <= 1 || cls >= kClasses) return nullptr;
+    CacheBin& bin = c->bins[pool][cls];
+    FreeBlock* b = bin.head;
+    if (b == nullptr) return nullptr;
+    bin.head = b->next;
+    --bin.count;
+    CacheCounters& t = c->counters[pool];
+    ownerAdd(t.objects, 1ll);
+    ownerAdd(t.bytes, static_cast<long long>(size));
+    ownerAdd(t.allocations, 1ull);
+    return b;
+}
+
+// Puts a block on the thread's list, counted; false when the slow path must run.
+inline bool pushFast(unsigned pool, unsigned cls, void* block, std::size_t size) {
+    ThreadCacheData* c = tPoolCache;
+    if (reinterpret_cast<std::uintptr_t>(c) <= 1 || cls >= kClasses) return false;
+    CacheBin& bin = c->bins[pool][cls];
+    if (bin.count >= kCacheLimit) return false;
+    FreeBlock* b = static_cast<FreeBlock*>(block);
+    b->next = bin.head;
+    bin.head = b;
+    ++bin.count;
+    CacheCounters& t = c->counters[pool];
+    ownerAdd(t.objects, -1ll);
+    ownerAdd(t.bytes, -static_cast<long long>(size));
+    return true;
+}
+}  // namespace pooldetail
 
 /// Counters of one pool, as read by MemPool::sStats.
 struct PoolStats {
@@ -39,13 +122,38 @@ public:
     static PoolStats sStatsFor(const char* tag);
 
     /// Allocates `size` bytes whose size is remembered (for deallocate without size).
-    void* allocate(std::size_t size);
+    void* allocate(std::size_t size) {
+        using namespace pooldetail;
+        const unsigned cls = classOf(size + kPrefix);
+        if (FreeBlock* b = popFast(m_Index, cls, size)) {
+            *reinterpret_cast<std::size_t*>(b) = size;
+            return reinterpret_cast<char*>(b) + kPrefix;
+        }
+        return allocateSlow(size, cls, true);
+    }
     /// Returns a block obtained from allocate.
-    void deallocate(void* p) noexcept;
+    void deallocate(void* p) noexcept {
+        using namespace pooldetail;
+        if (p == nullptr) return;
+        char* block = static_cast<char*>(p) - kPrefix;
+        const std::size_t size = *reinterpret_cast<std::size_t*>(block);
+        const unsigned cls = classOf(size + kPrefix);
+        if (!pushFast(m_Index, cls, block, size)) deallocateSlow(block, size, cls);
+    }
     /// Allocates `size` bytes; the caller passes the same size back to deallocateSized.
-    void* allocateSized(std::size_t size);
+    void* allocateSized(std::size_t size) {
+        using namespace pooldetail;
+        const unsigned cls = classOf(size);
+        if (FreeBlock* b = popFast(m_Index, cls, size)) return b;
+        return allocateSlow(size, cls, false);
+    }
     /// Returns a block obtained from allocateSized(size).
-    void deallocateSized(void* p, std::size_t size) noexcept;
+    void deallocateSized(void* p, std::size_t size) noexcept {
+        using namespace pooldetail;
+        if (p == nullptr) return;
+        const unsigned cls = classOf(size);
+        if (!pushFast(m_Index, cls, p, size)) deallocateSlow(p, size, cls);
+    }
 
     /// The pool's name.
     const char* tag() const { return m_Tag; }
