@@ -32,5 +32,6 @@ void KtObject::display(KtOutputStream& out, bool) const {
 void KtObject::AddRef() const { addRefInline(); }
 
 void KtObject::Release(bool destroy) const {
+    if (m_RefCount.load(std::memory_order_relaxed) >= kImmortal) return;
     if (m_RefCount.fetch_sub(1, std::memory_order_acq_rel) == 1 && destroy) delete this;
 }

@@ -33,18 +33,27 @@ public:
     /// The current number of references (for tests and diagnostics).
     int getRefCount() const noexcept { return m_RefCount.load(std::memory_order_relaxed); }
 
+    /// Makes the object live until the process ends: references are no longer counted and
+    /// it is never deleted. For the library's shared constants (header names and the like),
+    /// which every thread references on every message: their count would otherwise be one
+    /// cache line written by all threads. Call before the object is shared.
+    void makeImmortal() const noexcept { m_RefCount.store(kImmortal, std::memory_order_relaxed); }
+
     /// Inline forms used by handles on hot paths.
-    void addRefInline() const noexcept { m_RefCount.fetch_add(1, std::memory_order_relaxed); }
+    void addRefInline() const noexcept {
+        if (m_RefCount.load(std::memory_order_relaxed) < kImmortal) m_RefCount.fetch_add(1, std::memory_order_relaxed);
+    }
     void releaseInline() const noexcept {
         // Holding the only reference, no other thread can change the count (taking one needs
         // a reference), so the locked decrement is skipped; the acquire load still orders the
         // earlier releases of other threads before the deletion.
-        if (m_RefCount.load(std::memory_order_acquire) == 1 ||
-            m_RefCount.fetch_sub(1, std::memory_order_acq_rel) == 1)
-            delete this;
+        const int count = m_RefCount.load(std::memory_order_acquire);
+        if (count >= kImmortal) return;
+        if (count == 1 || m_RefCount.fetch_sub(1, std::memory_order_acq_rel) == 1) delete this;
     }
 
 private:
+    static constexpr int kImmortal = 1 << 30;
     mutable std::atomic<int> m_RefCount;
 };
 

@@ -137,6 +137,13 @@ public:
     KtString(const char* text);
     /// A new buffer holding `length` bytes of `text`.
     KtString(const char* text, unsigned length);
+    /// A string for a constant of static storage duration: its buffer is immortal, so the
+    /// threads that share it never write its reference count.
+    static KtString sStatic(const char* text) {
+        KtString s(text);
+        s->makeImmortal();
+        return s;
+    }
     /// Shares `buffer`.
     KtString(const KtStringBuffer* buffer) noexcept : KtHandle<KtStringBuffer>(buffer) {}
     KtString(const KtHandle<KtStringBuffer>& other) noexcept : KtHandle<KtStringBuffer>(other) {}

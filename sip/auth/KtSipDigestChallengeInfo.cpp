@@ -6,7 +6,7 @@
 
 TORVANE_FILE_LOGGER("calvoran.kt.KtSipDigestChallengeInfo")
 
-const KtString KtSipDigestChallengeInfo::TYPE("Digest");
+const KtString KtSipDigestChallengeInfo::TYPE(KtString::sStatic("Digest"));
 
 KtSipDigestChallengeInfo::KtSipDigestChallengeInfo() : m_Params(new KtParameters(';')) {}
 

@@ -11,7 +11,7 @@
 
 TORVANE_FILE_LOGGER("calvoran.kt.KtSipDigestCredentialsInfo")
 
-const KtString KtSipDigestCredentialsInfo::sm_Type("Digest");
+const KtString KtSipDigestCredentialsInfo::sm_Type(KtString::sStatic("Digest"));
 
 namespace {
 

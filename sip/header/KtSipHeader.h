@@ -200,7 +200,7 @@ protected:
 
 /// Defines the static token of CLASS and registers the class under NAME at load time.
 #define KT_SIP_HEADER_REGISTER(CLASS, NAME)                                                     \
-    const KtString CLASS::sToken(NAME);                                                         \
+    const KtString CLASS::sToken(KtString::sStatic(NAME));                                                         \
     namespace {                                                                                 \
     const bool ktRegistered##CLASS =                                                            \
         (KtSipHeader::sAddConstructor(CLASS::sToken.c_str(), &KtSipHeaderConstructor<CLASS>::Constructor), true); \
@@ -208,8 +208,8 @@ protected:
 
 /// As KT_SIP_HEADER_REGISTER, also defining and registering the compact name COMPACT.
 #define KT_SIP_HEADER_REGISTER_COMPACT(CLASS, NAME, COMPACT)                                    \
-    const KtString CLASS::sToken(NAME);                                                         \
-    const KtString CLASS::sCompactToken(COMPACT);                                               \
+    const KtString CLASS::sToken(KtString::sStatic(NAME));                                                         \
+    const KtString CLASS::sCompactToken(KtString::sStatic(COMPACT));                                               \
     namespace {                                                                                 \
     const bool ktRegistered##CLASS =                                                            \
         (KtSipHeader::sAddConstructor(CLASS::sToken.c_str(), &KtSipHeaderConstructor<CLASS>::Constructor), \
@@ -218,6 +218,6 @@ protected:
     }
 
 /// Defines the static token of a class that exists but is not registered (Call-Info).
-#define KT_SIP_HEADER_UNREGISTERED(CLASS, NAME) const KtString CLASS::sToken(NAME);
+#define KT_SIP_HEADER_UNREGISTERED(CLASS, NAME) const KtString CLASS::sToken(KtString::sStatic(NAME));
 
 #endif

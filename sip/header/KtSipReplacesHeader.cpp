@@ -6,8 +6,8 @@
 TORVANE_FILE_LOGGER("calvoran.kt.KtSipReplacesHeader")
 
 KT_SIP_HEADER_REGISTER(KtSipReplacesHeader, "Replaces")
-const KtString KtSipReplacesHeader::sToTag("to-tag");
-const KtString KtSipReplacesHeader::sFromTag("from-tag");
+const KtString KtSipReplacesHeader::sToTag(KtString::sStatic("to-tag"));
+const KtString KtSipReplacesHeader::sFromTag(KtString::sStatic("from-tag"));
 
 KtSipReplacesHeader::KtSipReplacesHeader() : m_parameters(new KtParameters(';')) {
     TORVANE_TRACE_SCOPE(fileLogger(), "KtSipReplacesHeader ctor (1)");

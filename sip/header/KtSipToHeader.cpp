@@ -4,7 +4,7 @@
 TORVANE_FILE_LOGGER("calvoran.kt.KtSipToHeader")
 
 KT_SIP_HEADER_REGISTER_COMPACT(KtSipToHeader, "To", "t")
-const KtString KtSipToHeader::sTagToken("tag");
+const KtString KtSipToHeader::sTagToken(KtString::sStatic("tag"));
 
 KtSipToHeader::KtSipToHeader() {}
 

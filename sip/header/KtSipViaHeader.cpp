@@ -33,19 +33,19 @@ const unsigned kMaxWord = 32;
 // Shared strings for the values nearly every Via holds, so that a default header and a
 // parsed "SIP/2.0/UDP" or "SIP/2.0/TCP" allocate nothing for them.
 const KtString& sipText() {
-    static const KtString sText(KtSipHeader::sSIP);
+    static const KtString sText(KtString::sStatic(KtSipHeader::sSIP));
     return sText;
 }
 const KtString& versionText() {
-    static const KtString sText(KtSipViaHeader::sProtocolVersion);
+    static const KtString sText(KtString::sStatic(KtSipViaHeader::sProtocolVersion));
     return sText;
 }
 const KtString& udpText() {
-    static const KtString sText(KtSipHeader::sUDP);
+    static const KtString sText(KtString::sStatic(KtSipHeader::sUDP));
     return sText;
 }
 const KtString& tcpText() {
-    static const KtString sText(KtSipHeader::sTCP);
+    static const KtString sText(KtString::sStatic(KtSipHeader::sTCP));
     return sText;
 }
 

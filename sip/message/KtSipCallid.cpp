@@ -19,7 +19,7 @@ KtSipCallid* KtSipCallid::clone() const { return new KtSipCallid(*this); }
 
 const KtString& KtSipCallid::sGetLocalHostName() {
     // Filled on first use; a lookup that throws leaves it to be tried again next time.
-    static const KtString sLocalHostName(KtInetAddress::sGetLocalHost(250).getHostName().c_str());
+    static const KtString sLocalHostName(KtString::sStatic(KtInetAddress::sGetLocalHost(250).getHostName().c_str()));
     return sLocalHostName;
 }
 

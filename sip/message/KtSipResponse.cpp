@@ -11,7 +11,7 @@
 
 TORVANE_FILE_LOGGER("calvoran.kt.KtSipResponse")
 
-const KtString KtSipResponse::sMethodName("SIP");
+const KtString KtSipResponse::sMethodName(KtString::sStatic("SIP"));
 
 namespace {
 const bool ktRegisteredKtSipResponse =

@@ -12,7 +12,7 @@
 
 TORVANE_FILE_LOGGER("calvoran.kt.KtSipURL")
 
-const KtString KtSipURL::sToken("sip");
+const KtString KtSipURL::sToken(KtString::sStatic("sip"));
 const char KtSipURL::DEFAULT_PORT_STRING[] = "5060";
 const int KtSipURL::DEFAULT_PORT;
 
@@ -264,7 +264,8 @@ void KtSipURL::parse(KtInputStream& in) {
         if (!isAlnum(c) && c != '+' && c != '-' && c != '.') KtSipParseError::sThrow(kIllegal);
         buffer.put(c);
     }
-    m_Scheme = buffer.str();
+    // The usual spelling shares the class's constant instead of a new string per URL.
+    m_Scheme = buffer.length() == 3 && std::memcmp(buffer.c_str(), "sip", 3) == 0 ? sToken : buffer.str();
     if (m_Scheme.compareNoCase("sip") != 0) KtSipParseError::sThrow("Scheme is not SIP");
 
     // User info: look ahead for an "@" before the end of the URL.

@@ -6,7 +6,7 @@
 
 TORVANE_FILE_LOGGER("calvoran.kt.KtTelURL")
 
-const KtString KtTelURL::sToken("tel");
+const KtString KtTelURL::sToken(KtString::sStatic("tel"));
 
 namespace {
 const bool ktRegisteredTelURL =
