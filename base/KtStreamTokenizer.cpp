@@ -1,6 +1,8 @@
 // Token, line, quote and number readers.
 #include "KtStreamTokenizer.h"
 
+#include <cstring>
+
 #include "KtException.h"
 
 namespace {
@@ -21,7 +23,7 @@ int scanToken(KtInputStream& in, const KtDelimiterSet& delimiters, char* buffer,
         while (p < end && !delimiters.contains(static_cast<unsigned char>(*p))) ++p;
         unsigned n = static_cast<unsigned>(p - start);
         unsigned copy = n < room - stored ? n : room - stored;
-        for (unsigned i = 0; i < copy; ++i) buffer[stored + i] = start[i];
+        std::memcpy(buffer + stored, start, copy);
         stored += copy;
         in.setCurrent(p);
         if (p < end || !in.fill()) break;

@@ -164,6 +164,22 @@ void KtSipHeader::parse(KtInputStream& in) {
     // dropped, nothing inserted), any other LF ends the line. The text and the CR LF appended
     // to it must fit the 1024-byte buffer; a longer line is read to its end and refused.
     const unsigned kTextMax = LINE_BUFFER_SIZE - 2;
+
+    // The usual line lies whole in the stream's window, ends in CR LF, holds no other CR and
+    // is not folded: it is read where it stands, its CR LF serving as the value's end.
+    {
+        const char* p = in.current();
+        const char* end = in.end();
+        const char* nl = static_cast<const char*>(std::memchr(p, '\n', static_cast<std::size_t>(end - p)));
+        if (nl != nullptr && nl > p && nl[-1] == '\r' && nl + 1 < end && nl[1] != ' ' && nl[1] != '\t' &&
+            static_cast<unsigned>(nl - 1 - p) <= kTextMax &&
+            std::memchr(p, '\r', static_cast<std::size_t>(nl - 1 - p)) == nullptr) {
+            in.setCurrent(nl + 1);
+            parseLine(p, static_cast<unsigned>(nl - 1 - p));
+            return;
+        }
+    }
+
     char line[LINE_BUFFER_SIZE];
     unsigned n = 0;
     bool overflow = false;
@@ -199,7 +215,12 @@ void KtSipHeader::parse(KtInputStream& in) {
         break;
     }
     if (overflow) KtSipParseError::sThrow("Header line too long");
+    line[n] = '\r';
+    line[n + 1] = '\n';
+    parseLine(line, n);
+}
 
+void KtSipHeader::parseLine(const char* line, unsigned n) {
     // The name, trimmed, as received. When it equals the current token (a class's own name),
     // the token keeps sharing that string; otherwise it becomes a string of its own, so the
     // class's static token is never changed.
@@ -213,10 +234,9 @@ void KtSipHeader::parse(KtInputStream& in) {
     if (m_Token.length() != nameLength || std::memcmp(m_Token.c_str(), nb, nameLength) != 0)
         m_Token = KtString(nb, nameLength);
 
-    line[n++] = '\r';
-    line[n++] = '\n';
-    unsigned valueStart = static_cast<unsigned>(colon - line) + 1;
-    KtByteArrayInputStream value(line + valueStart, n - valueStart);
+    // The value runs to the end of the line, its CR LF included.
+    const unsigned valueStart = static_cast<unsigned>(colon - line) + 1;
+    KtByteArrayInputStream value(line + valueStart, n + 2 - valueStart);
     parseRest(value);
 }
 

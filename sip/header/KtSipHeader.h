@@ -163,6 +163,10 @@ protected:
     KtString m_Token;
     KtHandle<KtSipHeader> m_Next;
     HeaderID m_HeaderID;
+
+private:
+    // Parses a collected line of `n` bytes (no CR, no LF) that is followed by CR LF in memory.
+    void parseLine(const char* line, unsigned n);
 };
 
 /// The factory registered for a header class.

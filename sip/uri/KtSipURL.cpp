@@ -48,6 +48,12 @@ public:
         return m_Data;
     }
     KtString str() const { return KtString(m_Data, m_Length); }
+    // Appends `n` bytes; throws like put when they would not fit.
+    void append(const char* text, unsigned n) {
+        if (n > kBufferSize - 1 - m_Length) KtSipParseError::sThrow(kOverflow);
+        std::memcpy(m_Data + m_Length, text, n);
+        m_Length += n;
+    }
 
 private:
     char m_Data[kBufferSize];
@@ -59,6 +65,20 @@ inline bool isBlank(int c) { return c == ' ' || c == '\t'; }
 inline bool isBlankOrEnd(int c) { return c < 0 || c == ' ' || c == '\t' || c == '\r' || c == '\n'; }
 inline bool isDigit(int c) { return c >= '0' && c <= '9'; }
 inline bool isAlnum(int c) { return isDigit(c) || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
+
+// Moves the bytes of `in` that belong to `set` into `buffer`, a window at a time, and stops
+// before the first byte outside it (or at the end of the input).
+void takeWhileIn(KtInputStream& in, const KtDelimiterSet& set, WorkBuffer& buffer) {
+    for (;;) {
+        const char* p = in.current();
+        const char* end = in.end();
+        const char* q = p;
+        while (q < end && set.contains(static_cast<unsigned char>(*q))) ++q;
+        buffer.append(p, static_cast<unsigned>(q - p));
+        in.setCurrent(q);
+        if (q < end || !in.fill()) return;
+    }
+}
 
 void skipBlanks(KtInputStream& in) {
     while (isBlank(in.peek())) in.read();
@@ -319,11 +339,7 @@ void KtSipURL::parse(KtInputStream& in) {
         buffer.put(']');
         if (buffer.length() == 2) KtSipParseError::sThrow(kWrongFormat);
     } else {
-        for (;;) {
-            const int c = in.peek();
-            if (c < 0 || !hostChars().contains(static_cast<unsigned char>(c))) break;
-            buffer.put(in.read());
-        }
+        takeWhileIn(in, hostChars(), buffer);
     }
     if (buffer.empty()) {
         const int c = in.peek();
@@ -392,9 +408,18 @@ void KtSipURL::parse(KtInputStream& in) {
 // skipped; a later parameter of the same name replaces the earlier one. Stops before the
 // character that ends the parameter.
 void KtSipURL::parseParameter(KtInputStream& in) {
+    // Bytes that need a decision; every other byte is taken as it stands.
+    static const KtDelimiterSet plain(";?> \t\r\n\"<=", 11);
+    static const KtDelimiterSet ordinary = [] {
+        KtDelimiterSet set(nullptr);
+        for (unsigned c = 0; c < 256; ++c)
+            if (!plain.contains(static_cast<unsigned char>(c))) set.add(static_cast<unsigned char>(c));
+        return set;
+    }();
     WorkBuffer buffer;
     int nameLength = -1;
     for (;;) {
+        takeWhileIn(in, ordinary, buffer);
         const int c = in.peek();
         if (c == ';' || c == '?' || c == '>' || isBlankOrEnd(c)) break;
         // A raw NUL is refused like the characters above: names and values are stored as
