@@ -88,7 +88,7 @@ public:
     /// A handle to the same object as U, nil when it is not a U.
     template <class U>
     KtHandle<U> dynamicCast() const noexcept {
-        return KtHandle<U>(dynamic_cast<const U*>(get()));
+        return KtHandle<U>(ktCast<const U>(get()));
     }
     bool operator==(const KtHandle& o) const noexcept { return m_pObject == o.m_pObject; }
     bool operator!=(const KtHandle& o) const noexcept { return m_pObject != o.m_pObject; }

@@ -3,6 +3,7 @@
 #define KTSIP_KT_OBJECT_H
 
 #include <atomic>
+#include <typeinfo>
 
 class KtOutputStream;
 
@@ -56,5 +57,14 @@ private:
     static constexpr int kImmortal = 1 << 30;
     mutable std::atomic<int> m_RefCount;
 };
+
+/// dynamic_cast<T*>(p), with a shortcut for the usual case of `p` being exactly a T (one
+/// comparison of type identities instead of a walk of the class hierarchy).
+template <class T, class U>
+inline T* ktCast(U* p) noexcept {
+    if (p == nullptr) return nullptr;
+    if (typeid(*p) == typeid(T)) return static_cast<T*>(p);
+    return dynamic_cast<T*>(p);
+}
 
 #endif

@@ -75,11 +75,11 @@ void appendAddress(KtStringBuffer* key, const KtHandle<KtSipNameAddress>& addres
     // A header without an address contributes nothing rather than failing the key.
     if (address.isNil() || address->getURI().isNil()) return;
     const KtURI* uri = address->getURI().get();
-    if (const KtSipURL* url = dynamic_cast<const KtSipURL*>(uri)) {
+    if (const KtSipURL* url = ktCast<const KtSipURL>(uri)) {
         appendText(key, url->getUser());
         appendText(key, url->getHost());
         appendNumber(key, "%lld", url->isPortGiven() ? url->getPort() : KtSipURL::DEFAULT_PORT);
-    } else if (const KtTelURL* tel = dynamic_cast<const KtTelURL*>(uri)) {
+    } else if (const KtTelURL* tel = ktCast<const KtTelURL>(uri)) {
         appendText(key, tel->getNumber());
     } else {
         appendText(key, uri->getString());
@@ -223,7 +223,7 @@ KtSipMessage::KtSipMessage(const KtSipMessage& other)
         // holds (its Content-Length can exceed its body after a refused setBody, and must not
         // make a copy allocate that much). The copy writes exactly what the source writes.
         const KtSipContentLengthHeader* length =
-            dynamic_cast<const KtSipContentLengthHeader*>(m_Headers[HeaderContentLength].get());
+            ktCast<const KtSipContentLengthHeader>(m_Headers[HeaderContentLength].get());
         if (length != nullptr && other.m_pBody != nullptr) {
             const unsigned size = length->getValue() < other.m_BodySize ? length->getValue() : other.m_BodySize;
             replaceBody(other.m_pBody, size);
@@ -344,10 +344,10 @@ void KtSipMessage::parseHeaders(KtInputStream& in) {
     }
     if (m_Status != STATUS_VALID) return;
     // The Content-Type must be among the message's own Accept values (exact type and subtype).
-    const KtSipContentTypeHeader* type = dynamic_cast<const KtSipContentTypeHeader*>(m_Headers[HeaderContentType].get());
+    const KtSipContentTypeHeader* type = ktCast<const KtSipContentTypeHeader>(m_Headers[HeaderContentType].get());
     if (type == nullptr || m_Headers[HeaderAccept].isNil()) return;
     for (const KtSipHeader* h = m_Headers[HeaderAccept].get(); h != nullptr; h = h->getNext().get()) {
-        const KtSipAcceptHeader* accept = dynamic_cast<const KtSipAcceptHeader*>(h);
+        const KtSipAcceptHeader* accept = ktCast<const KtSipAcceptHeader>(h);
         if (accept != nullptr && accept->getType().compareWith(type->getType().c_str()) == 0 &&
             accept->getSubtype().compareWith(type->getSubtype().c_str()) == 0)
             return;
@@ -374,7 +374,7 @@ void KtSipMessage::appendParsedHeader(const KtHandle<KtSipHeader>& header, KtSip
 void KtSipMessage::parseBody(KtInputStream& in) {
     TORVANE_TRACE_SCOPE(fileLogger(), "KtSipMessage::parseBody");
     const KtSipContentLengthHeader* contentLength =
-        dynamic_cast<const KtSipContentLengthHeader*>(m_Headers[HeaderContentLength].get());
+        ktCast<const KtSipContentLengthHeader>(m_Headers[HeaderContentLength].get());
     if (contentLength != nullptr) {
         const unsigned wanted = contentLength->getValue();
         if (wanted == 0) return;
@@ -594,12 +594,12 @@ KtHandle<KtSipHeader> KtSipMessage::cloneFirstHeader(HeaderID id) const {
 
 unsigned KtSipMessage::getBodyLength() const {
     const KtSipContentLengthHeader* length =
-        dynamic_cast<const KtSipContentLengthHeader*>(m_Headers[HeaderContentLength].get());
+        ktCast<const KtSipContentLengthHeader>(m_Headers[HeaderContentLength].get());
     return length != nullptr ? length->getValue() : 0;
 }
 
 KtString KtSipMessage::getBodyType() const {
-    const KtSipContentTypeHeader* type = dynamic_cast<const KtSipContentTypeHeader*>(m_Headers[HeaderContentType].get());
+    const KtSipContentTypeHeader* type = ktCast<const KtSipContentTypeHeader>(m_Headers[HeaderContentType].get());
     return type != nullptr ? type->getMediaType() : KtString();
 }
 
@@ -607,7 +607,7 @@ bool KtSipMessage::isRequired(const char* option) const {
     if (option == nullptr) return false;
     const KtHandle<KtSipHeader> chain = mGetHeader(KtSipRequireHeader::sToken.c_str());
     for (const KtSipHeader* h = chain.get(); h != nullptr; h = h->getNext().get()) {
-        const KtSipRequireHeader* require = dynamic_cast<const KtSipRequireHeader*>(h);
+        const KtSipRequireHeader* require = ktCast<const KtSipRequireHeader>(h);
         if (require != nullptr && require->getValue().compareWith(option) == 0) return true;
     }
     return false;
@@ -617,7 +617,7 @@ bool KtSipMessage::isSupported(const char* option) const {
     if (option == nullptr) return false;
     const KtHandle<KtSipHeader> chain = mGetHeader(KtSipSupportedHeader::sToken.c_str());
     for (const KtSipHeader* h = chain.get(); h != nullptr; h = h->getNext().get()) {
-        const KtSipSupportedHeader* supported = dynamic_cast<const KtSipSupportedHeader*>(h);
+        const KtSipSupportedHeader* supported = ktCast<const KtSipSupportedHeader>(h);
         if (supported != nullptr && supported->getValue().compareWith(option) == 0) return true;
     }
     return false;
@@ -651,8 +651,8 @@ void KtSipMessage::checkValidity() {
         }
         if (rule.id == HeaderCSeq) {
             // Requests only: the CSeq method must be the request method (case ignored).
-            const KtSipRequest* request = dynamic_cast<const KtSipRequest*>(this);
-            const KtSipCSeqHeader* cseq = dynamic_cast<const KtSipCSeqHeader*>(first);
+            const KtSipRequest* request = ktCast<const KtSipRequest>(this);
+            const KtSipCSeqHeader* cseq = ktCast<const KtSipCSeqHeader>(first);
             if (request != nullptr && cseq != nullptr &&
                 strcasecmp(cseq->getMethod().c_str(), request->getMethod().c_str()) != 0) {
                 m_Status = STATUS_PARSE_FAILED;
@@ -688,10 +688,10 @@ KtString KtSipMessage::createKey() const {
         via = m_Headers[HeaderVia];
         rack = m_Headers[HeaderRAck];  // picked up with the others; not part of the key
     }
-    const KtSipToHeader* pTo = dynamic_cast<const KtSipToHeader*>(to.get());
-    const KtSipFromHeader* pFrom = dynamic_cast<const KtSipFromHeader*>(from.get());
-    const KtSipCallIdHeader* pCallId = dynamic_cast<const KtSipCallIdHeader*>(callId.get());
-    const KtSipCSeqHeader* pCSeq = dynamic_cast<const KtSipCSeqHeader*>(cseq.get());
+    const KtSipToHeader* pTo = ktCast<const KtSipToHeader>(to.get());
+    const KtSipFromHeader* pFrom = ktCast<const KtSipFromHeader>(from.get());
+    const KtSipCallIdHeader* pCallId = ktCast<const KtSipCallIdHeader>(callId.get());
+    const KtSipCSeqHeader* pCSeq = ktCast<const KtSipCSeqHeader>(cseq.get());
     // A message that never went through the validity rules may lack these: no key then.
     if (pTo == nullptr || pFrom == nullptr || pCallId == nullptr || pCSeq == nullptr) KtException::sThrow(kInvalid);
 
@@ -699,7 +699,7 @@ KtString KtSipMessage::createKey() const {
     appendAddress(buffer, pTo->getNameAddress());
     appendAddress(buffer, pFrom->getNameAddress());
     appendText(buffer, pFrom->getTag());
-    if (const KtSipViaHeader* pVia = dynamic_cast<const KtSipViaHeader*>(via.get())) {
+    if (const KtSipViaHeader* pVia = ktCast<const KtSipViaHeader>(via.get())) {
         appendText(buffer, pVia->getHost().str());
         appendNumber(buffer, "%lld", static_cast<int>(pVia->getPort()));
         appendText(buffer, pVia->getBranch());
@@ -733,7 +733,7 @@ void KtSipMessage::serialize(KtOutputStream& out) const {
 void KtSipMessage::setBody(const void* body, const char* contentType, unsigned length) {
     TORVANE_TRACE_SCOPE(fileLogger(), "KtSipMessage::setBody");
     KtHandle<KtSipHeader> lengthHeader = mGetHeaderByID(HeaderContentLength);
-    KtSipContentLengthHeader* pLength = dynamic_cast<KtSipContentLengthHeader*>(lengthHeader.get());
+    KtSipContentLengthHeader* pLength = ktCast<KtSipContentLengthHeader>(lengthHeader.get());
     if (pLength == nullptr) {
         addHeader(KtHandle<KtSipHeader>(new KtSipContentLengthHeader(length)), false);
     } else {
@@ -747,7 +747,7 @@ void KtSipMessage::setBody(const void* body, const char* contentType, unsigned l
         replaceBody(body, length);
     }
     KtHandle<KtSipHeader> typeHeader = mGetHeaderByID(HeaderContentType);
-    KtSipContentTypeHeader* pType = dynamic_cast<KtSipContentTypeHeader*>(typeHeader.get());
+    KtSipContentTypeHeader* pType = ktCast<KtSipContentTypeHeader>(typeHeader.get());
     if (pType == nullptr) {
         KtHandle<KtSipContentTypeHeader> created(new KtSipContentTypeHeader());
         created->setMediaType(contentType);

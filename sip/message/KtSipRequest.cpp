@@ -108,7 +108,7 @@ void KtSipRequest::addDialogHeaders(const KtHandle<KtSipHeader>& from, const KtH
 }
 
 void KtSipRequest::liftTargetHeaders() {
-    const KtSipURL* url = m_URI->isSipURL() ? dynamic_cast<const KtSipURL*>(m_URI.get()) : nullptr;
+    const KtSipURL* url = m_URI->isSipURL() ? ktCast<const KtSipURL>(m_URI.get()) : nullptr;
     if (url == nullptr || url->getHeaders().isNil()) return;
     // The body entry is read to its end only when no Content-Length bounds it: without
     // this the length set above would cut the entry short (or read none of it).
@@ -138,9 +138,9 @@ void KtSipRequest::addBody(const void* body, const char* contentType, unsigned i
 
 KtHandle<KtURI> KtSipRequest::sAddressURI(const KtSipMessage& source, HeaderID id) {
     const KtHandle<KtSipHeader> header = source.cloneFirstHeader(id);
-    const KtSipContactHeader* contact = dynamic_cast<const KtSipContactHeader*>(header.get());
+    const KtSipContactHeader* contact = ktCast<const KtSipContactHeader>(header.get());
     if (contact != nullptr && contact->isWildcard()) return KtHandle<KtURI>();
-    const KtSipNameAddrHeader* address = dynamic_cast<const KtSipNameAddrHeader*>(header.get());
+    const KtSipNameAddrHeader* address = ktCast<const KtSipNameAddrHeader>(header.get());
     if (address == nullptr || address->getNameAddress().isNil()) return KtHandle<KtURI>();
     return address->getNameAddress()->getURI();
 }
@@ -175,7 +175,7 @@ KtSipRequest* KtSipRequest::clone() const { return new KtSipRequest(*this); }
 
 bool KtSipRequest::isValid() const {
     if (m_Status != STATUS_VALID) return false;
-    const KtSipCSeqHeader* cseq = dynamic_cast<const KtSipCSeqHeader*>(m_Headers[HeaderCSeq].get());
+    const KtSipCSeqHeader* cseq = ktCast<const KtSipCSeqHeader>(m_Headers[HeaderCSeq].get());
     return cseq != nullptr && m_Method.compareWith(cseq->getMethod().c_str()) == 0;
 }
 
@@ -246,7 +246,7 @@ void KtSipRequest::parseStartLine(KtInputStream& in) {
     if (m_URI.isNil()) KtSipParseError::sThrow("Invalid SIP URI");
     const KtString& parsedScheme = m_URI->getScheme();
     const bool supported = parsedScheme.empty()
-                               ? (m_URI->isSipURL() || dynamic_cast<const KtTelURL*>(m_URI.get()) != nullptr)
+                               ? (m_URI->isSipURL() || ktCast<const KtTelURL>(m_URI.get()) != nullptr)
                                : isSipOrTel(parsedScheme.c_str(), parsedScheme.length());
     if (!supported) {
         m_Status = 416;
@@ -289,7 +289,7 @@ void KtSipRequest::insertViaHeader(const char* host, unsigned int port, const ch
 
 void KtSipRequest::stripSipURLHeaders() {
     if (m_URI.isNil() || !m_URI->isSipURL()) return;
-    KtSipURL* url = dynamic_cast<KtSipURL*>(m_URI.get());
+    KtSipURL* url = ktCast<KtSipURL>(m_URI.get());
     if (url == nullptr || url->getHeaders().isNil()) return;
     const KtHandle<KtParameters> headers = url->getHeaders();
     const unsigned count = headers->size();
