@@ -22,9 +22,7 @@ int sPipe = -1;
 
 void writeMark(void* mark) { (void)!write(sPipe, mark, 1); }
 
-struct Tracked {
-    ~Tracked() { (void)!write(sPipe, "D", 1); }
-};
+struct Tracked { ~Tracked() { (void)!write(sPipe, "D", 1); } };
 
 // Runs AceCleanupChild.RegisterAndExit in a new process that ends through exit()
 // or _exit(); returns what its clean-ups wrote.

@@ -67,16 +67,15 @@ TEST_F(ErrorStreamTest, LinesLoseOneLineEnd) {
     es.getDebugStream(KtString(), 0) << "\n";
     { KtErrorStream::Line unused = es.getDebugStream(KtString(), 0); }
     const std::vector<std::string> expected = {
-        "Caught KtException from KtSipHeader::sConstructFrom(): Invalid CSeq header",
-        "ac", "with LF: 42", "with CR LF", "two\nlines\n", "",
-    };
+        "Caught KtException from KtSipHeader::sConstructFrom(): Invalid CSeq header", "ac", "with LF: 42", "with CR LF",
+        "two\nlines\n", ""};
     EXPECT_EQ(sLines, expected);
 }
 
 TEST_F(ErrorStreamTest, LinesFromManyThreadsStayWhole) {
     const int threads = 8, perThread = 300;
     std::vector<std::thread> workers;
-    for (int t = 0; t < threads; ++t) {
+    for (int t = 0; t < threads; ++t)
         workers.emplace_back([t] {
             for (int i = 0; i < perThread; ++i) {
                 const std::string id = std::to_string(t) + ":" + std::to_string(i);
@@ -84,7 +83,6 @@ TEST_F(ErrorStreamTest, LinesFromManyThreadsStayWhole) {
                 KtErrorStream::sGetDefault().getDebugStream(KtString(), 0) << "begin " << id.c_str() << " end\n";
             }
         });
-    }
     for (std::thread& w : workers) w.join();
     ASSERT_EQ(sLines.size(), static_cast<size_t>(2 * threads * perThread));
     std::vector<int> counts(threads * perThread, 0);
@@ -98,12 +96,10 @@ TEST_F(ErrorStreamTest, LinesFromManyThreadsStayWhole) {
 }
 
 TEST(KtErrorStream, StandardErrorGetsDefaultAndNestedLines) {
-    EXPECT_EQ(standardErrorOf(nullptr,
-                              [] {
-                                  KtErrorStream::sGetDefault().writeLine("first ", "line");
-                                  KtErrorStream::sGetDefault().getDebugStream(KtString(), 0) << "second\r\n";
-                              }),
-              "first line\nsecond\n");
+    EXPECT_EQ(standardErrorOf(nullptr, [] {
+                  KtErrorStream::sGetDefault().writeLine("first ", "line");
+                  KtErrorStream::sGetDefault().getDebugStream(KtString(), 0) << "second\r\n";
+              }), "first line\nsecond\n");
     // A sink that writes to the error stream itself neither deadlocks nor loops.
     auto echo = [](void*, const char* line, unsigned length) {
         KtErrorStream::sGetDefault().writeLine(std::string(line, length).c_str(), " (again)");

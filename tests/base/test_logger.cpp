@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
-#include "KtErrorStream.h"
 #include "KtObject.h"
+#include "TestSupport.h"
 #include "TorvaneAssert.h"
 #include "TorvaneLogger.h"
 
@@ -17,12 +17,7 @@ TORVANE_FILE_LOGGER("test.assert")
 
 namespace {
 
-struct Record {
-    int level;
-    std::string message;
-    std::string file;
-    int line;
-};
+struct Record { int level; std::string message, file; int line; };
 
 class CaptureAppender : public log4cplus::Appender {
 public:
@@ -36,10 +31,6 @@ protected:
     }
 };
 
-void captureLine(void* context, const char* line, unsigned length) {
-    static_cast<std::vector<std::string>*>(context)->emplace_back(line, length);
-}
-
 void setLevel(const char* name, int level) { log4cplus::Logger::getInstance(name).setLogLevel(level); }
 
 // Captures the records of test.log and test.assert and the error stream's lines;
@@ -51,7 +42,6 @@ protected:
             log4cplus::Logger::getInstance(name).addAppender(log4cplus::SharedAppenderPtr(appender));
             log4cplus::Logger::getInstance(name).setAdditivity(false);
         }
-        KtErrorStream::sSetSink(&captureLine, &errorLines, &previousSink, &previousContext);
     }
     void TearDown() override {
         for (const char* name : {"test.log", "test.log.child", "test.assert"}) {
@@ -60,12 +50,9 @@ protected:
         }
         log4cplus::Logger::getRoot().setLogLevel(log4cplus::DEBUG_LOG_LEVEL);
         Torvane::Logger::sSetThreshold(Torvane::OFF_LOG_LEVEL);
-        KtErrorStream::sSetSink(previousSink, previousContext);
     }
     CaptureAppender* appender = new CaptureAppender;  // owned by log4cplus once added
-    std::vector<std::string> errorLines;
-    KtErrorStream::Sink previousSink = nullptr;
-    void* previousContext = nullptr;
+    kttest::ErrorCapture errors;
 };
 
 struct Base : KtObject {};
@@ -75,12 +62,9 @@ struct Derived : Base {};
 
 TEST_F(LoggerTest, DisabledLevelsFormatNothing) {
     const Torvane::Logger logger("test.log");
-    struct Row {
-        int configured;  // log4cplus level of test.log
-        bool refresh;    // threshold taken from log4cplus (else it stays off)
-        int statement;
-        bool logged;
-    } rows[] = {
+    // log4cplus level of test.log, threshold taken from log4cplus (else it stays off),
+    // level of the statement, whether it is logged
+    struct Row { int configured; bool refresh; int statement; bool logged; } rows[] = {
         {Torvane::TRACE_LOG_LEVEL, false, Torvane::ERROR_LOG_LEVEL, false},
         {Torvane::TRACE_LOG_LEVEL, true, Torvane::TRACE_LOG_LEVEL, true},
         {Torvane::INFO_LOG_LEVEL, true, Torvane::DEBUG_LOG_LEVEL, false},
@@ -110,20 +94,18 @@ TEST_F(LoggerTest, LevelsAndThresholdFollowLog4cplus) {
     EXPECT_EQ(logger.getLogLevel(), Torvane::NOT_SET_LOG_LEVEL);
     setLevel("test.log", Torvane::WARN_LOG_LEVEL);
     EXPECT_EQ(logger.getLogLevel(), Torvane::WARN_LOG_LEVEL);
-    log4cplus::Logger::getRoot().setLogLevel(log4cplus::ERROR_LOG_LEVEL);
-    Torvane::Logger::sRefreshThreshold();
-    EXPECT_EQ(Torvane::Logger::sGetThreshold(), Torvane::WARN_LOG_LEVEL);
-    setLevel("test.log.child", Torvane::INFO_LOG_LEVEL);
-    Torvane::Logger::sRefreshThreshold();
-    EXPECT_EQ(Torvane::Logger::sGetThreshold(), Torvane::INFO_LOG_LEVEL);
-    log4cplus::Logger::getRoot().setLogLevel(log4cplus::TRACE_LOG_LEVEL);
-    Torvane::Logger::sRefreshThreshold();
-    EXPECT_EQ(Torvane::Logger::sGetThreshold(), Torvane::TRACE_LOG_LEVEL);
-    setLevel("test.log.child", Torvane::NOT_SET_LOG_LEVEL);
-    setLevel("test.log", Torvane::NOT_SET_LOG_LEVEL);
-    log4cplus::Logger::getRoot().setLogLevel(log4cplus::OFF_LOG_LEVEL);
-    Torvane::Logger::sRefreshThreshold();
-    EXPECT_EQ(Torvane::Logger::sGetThreshold(), Torvane::OFF_LOG_LEVEL);
+    // The threshold is the most verbose level set on any logger (root, test.log, test.log.child).
+    const int U = Torvane::NOT_SET_LOG_LEVEL, W = Torvane::WARN_LOG_LEVEL, I = Torvane::INFO_LOG_LEVEL;
+    const int rows[][4] = {{log4cplus::ERROR_LOG_LEVEL, W, U, W}, {log4cplus::ERROR_LOG_LEVEL, W, I, I},
+                           {log4cplus::TRACE_LOG_LEVEL, W, I, Torvane::TRACE_LOG_LEVEL},
+                           {log4cplus::OFF_LOG_LEVEL, U, U, Torvane::OFF_LOG_LEVEL}};
+    for (const auto& r : rows) {
+        log4cplus::Logger::getRoot().setLogLevel(r[0]);
+        setLevel("test.log", r[1]);
+        setLevel("test.log.child", r[2]);
+        Torvane::Logger::sRefreshThreshold();
+        EXPECT_EQ(Torvane::Logger::sGetThreshold(), r[3]) << r[0] << "/" << r[1] << "/" << r[2];
+    }
 }
 
 TEST_F(LoggerTest, TraceFollowsOwnOrInheritedLevel) {
@@ -151,9 +133,8 @@ TEST_F(LoggerTest, TraceScopeLogsEntryAndExit) {
     } catch (int) {
     }
     ASSERT_EQ(appender->records.size(), 3u);
-    EXPECT_EQ(appender->records[0].message, "Entering KtSipHeader::parse");
-    EXPECT_EQ(appender->records[1].message, "inside");
-    EXPECT_EQ(appender->records[2].message, "Exiting KtSipHeader::parse");
+    EXPECT_EQ(appender->records[0].message + "|" + appender->records[1].message + "|" + appender->records[2].message,
+              "Entering KtSipHeader::parse|inside|Exiting KtSipHeader::parse");
     EXPECT_EQ(appender->records[0].level + appender->records[2].level, Torvane::TRACE_LOG_LEVEL * 2);
 
     setLevel("test.log", Torvane::DEBUG_LOG_LEVEL);
@@ -172,7 +153,7 @@ TEST_F(LoggerTest, FailedAssertionsAndCastsAreReportedAndCounted) {
     TORVANE_ASSERT(1 + 1 == 2);
     EXPECT_EQ(TORVANE_DYNCAST_ASSERT(Derived, pDerived), &derived);
     EXPECT_EQ(Torvane::assertionFailures(), before);
-    EXPECT_TRUE(errorLines.empty());
+    EXPECT_TRUE(errors.lines.empty());
 
     const std::string where = " (test_logger.cpp:";
     const int line1 = __LINE__; EXPECT_EQ(TORVANE_DYNCAST_ASSERT(Derived, pBase), nullptr);
@@ -187,7 +168,7 @@ TEST_F(LoggerTest, FailedAssertionsAndCastsAreReportedAndCounted) {
         "Checked cast failed, null pointer: TORVANE_DYNCAST_ASSERT(Derived, pNull)" + where + std::to_string(line2) + ")",
         "Assertion failed: 1 + 1 == 3" + where + std::to_string(line3) + ")",
     };
-    EXPECT_EQ(errorLines, expected);
+    EXPECT_EQ(errors.lines, expected);
     ASSERT_EQ(appender->records.size(), 1u);
     EXPECT_EQ(appender->records[0].message, expected[2]);
     EXPECT_EQ(appender->records[0].level, Torvane::ERROR_LOG_LEVEL);

@@ -3,6 +3,7 @@
 
 #include <sched.h>
 #include <thread>
+#include <tuple>
 #include <vector>
 
 #include "KtMutex.h"
@@ -16,9 +17,7 @@ TEST(KtMutex, CreatedWithTheRequiredAttributes) {
     ASSERT_EQ(pthread_mutexattr_getpshared(&attr, &pshared), 0);
     ASSERT_EQ(pthread_mutexattr_getprotocol(&attr, &protocol), 0);
     ASSERT_EQ(pthread_mutexattr_getprioceiling(&attr, &ceiling), 0);
-    EXPECT_EQ(pshared, 0);
-    EXPECT_EQ(protocol, 0);
-    EXPECT_EQ(ceiling, sched_get_priority_max(2));
+    EXPECT_EQ(std::make_tuple(pshared, protocol, ceiling), std::make_tuple(0, 0, sched_get_priority_max(2)));
 }
 
 TEST(KtMutex, GuardsACounterAcrossThreads) {
@@ -50,8 +49,7 @@ TEST(MemPool, CountsLiveObjectsAndBytesPerTag) {
     for (void* b : blocks) pool.deallocate(b);
     pool.deallocateSized(sized, 40);
     Torvane::PoolStats after = Torvane::MemPool::sStatsFor("TestPool");
-    EXPECT_EQ(after.liveObjects, before.liveObjects);
-    EXPECT_EQ(after.liveBytes, before.liveBytes);
+    EXPECT_EQ(std::make_pair(after.liveObjects, after.liveBytes), std::make_pair(before.liveObjects, before.liveBytes));
 }
 
 TEST(MemPool, BlocksAreReusedOnceWarm) {

@@ -6,16 +6,12 @@
 #include "KtException.h"
 #include "KtOutputStream.h"
 #include "KtStreamTokenizer.h"
+#include "TestSupport.h"
 
-namespace {
-KtByteArrayInputStream streamOf(const std::string& s) {
-    return KtByteArrayInputStream(s.data(), static_cast<unsigned>(s.size()));
-}
-}  // namespace
+using kttest::streamOf;
 
 TEST(KtInputStream, ReadMarkResetAndBlockReads) {
-    std::string text = "abcdef";
-    KtByteArrayInputStream in = streamOf(text);
+    KtByteArrayInputStream in = streamOf("abcdef");
     EXPECT_EQ(in.read(), 'a');
     in.mark(1);
     EXPECT_EQ(in.read(), 'b');
@@ -32,42 +28,29 @@ TEST(KtInputStream, ReadMarkResetAndBlockReads) {
 
 TEST(KtInputStream, ByteArrayStreamClipsOffsetAndLength) {
     KtHandle<KtByteArray> bytes = KtByteArray::sCreate("0123456789");
-    KtByteArrayInputStream in(bytes.get(), 8, 50);
-    EXPECT_EQ(in.available(), 2);
-    KtByteArrayInputStream past(bytes.get(), 50, 5);
-    EXPECT_EQ(past.read(), -1);
+    EXPECT_EQ(KtByteArrayInputStream(bytes.get(), 8, 50).available(), 2);
+    EXPECT_EQ(KtByteArrayInputStream(bytes.get(), 50, 5).read(), -1);
 }
 
 TEST(KtStreamTokenizer, TokensAreCutToTheBufferAndTheRestDropped) {
-    struct Row {
-        const char* input;
-        unsigned size;
-        int length;
-        const char* token;
-        int next;
-    } rows[] = {
-        {"INVITE sip:x", 32, 6, "INVITE", ' '},
-        {"", 32, -1, "", -1},
-        {"\r\n\r\n", 32, 0, "", '\r'},
-        {"ABCDEFGHIJ sip", 5, 4, "ABCD", ' '},
-        {"ABCDEFGHIJ", 1, 0, "", -1},
+    struct Row { const char* input; unsigned size; int length; const char* token; int next; } rows[] = {
+        {"INVITE sip:x", 32, 6, "INVITE", ' '}, {"", 32, -1, "", -1}, {"\r\n\r\n", 32, 0, "", '\r'},
+        {"ABCDEFGHIJ sip", 5, 4, "ABCD", ' '}, {"ABCDEFGHIJ", 1, 0, "", -1},
     };
     for (const Row& r : rows) {
-        std::string text = r.input;
-        KtByteArrayInputStream in = streamOf(text);
+        SCOPED_TRACE(r.input);
+        KtByteArrayInputStream in = streamOf(r.input);
         char buf[64];
         std::memset(buf, '#', sizeof(buf));
-        int n = KtStreamTokenizer::sGetToken(in, " /\t\r\n", buf, r.size);
-        EXPECT_EQ(n, r.length) << r.input;
-        EXPECT_STREQ(buf, r.token) << r.input;
-        EXPECT_EQ(buf[r.size], '#') << "wrote past the buffer for " << r.input;
-        EXPECT_EQ(in.peek(), r.next) << r.input;
+        EXPECT_EQ(KtStreamTokenizer::sGetToken(in, " /\t\r\n", buf, r.size), r.length);
+        EXPECT_STREQ(buf, r.token);
+        EXPECT_EQ(buf[r.size], '#') << "wrote past the buffer";
+        EXPECT_EQ(in.peek(), r.next);
     }
 }
 
 TEST(KtStreamTokenizer, PeekLeavesTheStreamAndItsMark) {
-    std::string text = "xy From : a";
-    KtByteArrayInputStream in = streamOf(text);
+    KtByteArrayInputStream in = streamOf("xy From : a");
     in.read();
     in.mark(1);
     in.read();
@@ -80,86 +63,57 @@ TEST(KtStreamTokenizer, PeekLeavesTheStreamAndItsMark) {
 }
 
 TEST(KtStreamTokenizer, LinesSkipLeadingBlanksAndDropTheLineEnd) {
-    struct Row {
-        const char* input;
-        unsigned size;
-        int length;
-        const char* line;
-        int next;
-    } rows[] = {
-        {" Ringing\r\nVia", 128, 7, "Ringing", 'V'},
-        {"\r\nX", 128, 0, "", 'X'},
-        {"", 128, -1, "", -1},
-        {"OK", 128, 2, "OK", -1},
-        {"Request Timeout\r\nA", 8, 7, "Request", 'A'},
+    struct Row { const char* input; unsigned size; int length; const char* line; int next; } rows[] = {
+        {" Ringing\r\nVia", 128, 7, "Ringing", 'V'}, {"\r\nX", 128, 0, "", 'X'}, {"", 128, -1, "", -1},
+        {"OK", 128, 2, "OK", -1}, {"Request Timeout\r\nA", 8, 7, "Request", 'A'},
     };
     for (const Row& r : rows) {
-        std::string text = r.input;
-        KtByteArrayInputStream in = streamOf(text);
+        SCOPED_TRACE(r.input);
+        KtByteArrayInputStream in = streamOf(r.input);
         char buf[128];
-        EXPECT_EQ(KtStreamTokenizer::sGetLine(in, buf, r.size), r.length) << r.input;
-        EXPECT_STREQ(buf, r.line) << r.input;
-        EXPECT_EQ(in.peek(), r.next) << r.input;
+        EXPECT_EQ(KtStreamTokenizer::sGetLine(in, buf, r.size), r.length);
+        EXPECT_STREQ(buf, r.line);
+        EXPECT_EQ(in.peek(), r.next);
     }
-    std::string text = "\t line two \r\nrest";
-    KtByteArrayInputStream in = streamOf(text);
+    KtByteArrayInputStream in = streamOf("\t line two \r\nrest");
     EXPECT_STREQ(KtStreamTokenizer::sGetLine(in).c_str(), "line two ");
 }
 
 TEST(KtStreamTokenizer, UnsignedNumbers) {
-    struct Row {
-        const char* input;
-        bool ok;
-        unsigned value;
-        int next;
-    } rows[] = {
-        {"  5070;x", true, 5070, ';'},
-        {"0009 INVITE", true, 9, ' '},
-        {"4294967295", true, 4294967295u, -1},
-        {"4294967296", false, 0, -1},
-        {"abc", false, 0, 'a'},
-        {"", false, 0, -1},
+    struct Row { const char* input; bool ok; unsigned value; int next; } rows[] = {
+        {"  5070;x", true, 5070, ';'}, {"0009 INVITE", true, 9, ' '}, {"4294967295", true, 4294967295u, -1},
+        {"4294967296", false, 0, -1},  {"abc", false, 0, 'a'},        {"", false, 0, -1},
     };
     for (const Row& r : rows) {
-        std::string text = r.input;
-        KtByteArrayInputStream in = streamOf(text);
+        SCOPED_TRACE(r.input);
+        KtByteArrayInputStream in = streamOf(r.input);
         unsigned v = 0;
-        EXPECT_EQ(KtStreamTokenizer::sGetUnsigned(in, v), r.ok) << r.input;
+        EXPECT_EQ(KtStreamTokenizer::sGetUnsigned(in, v), r.ok);
         if (r.ok) {
-            EXPECT_EQ(v, r.value) << r.input;
+            EXPECT_EQ(v, r.value);
         }
-        EXPECT_EQ(in.peek(), r.next) << r.input;
-        KtByteArrayInputStream again = streamOf(text);
+        EXPECT_EQ(in.peek(), r.next);
+        KtByteArrayInputStream again = streamOf(r.input);
         if (r.ok) {
             EXPECT_EQ(KtStreamTokenizer::sGetUnsigned(again), r.value);
         } else {
-            EXPECT_THROW(KtStreamTokenizer::sGetUnsigned(again), KtException) << r.input;
+            EXPECT_THROW(KtStreamTokenizer::sGetUnsigned(again), KtException);
         }
     }
 }
 
-TEST(KtStreamTokenizer, QuotedStrings) {
-    std::string ok = "\"a \\\"b\\\" c\" rest";
-    KtByteArrayInputStream in = streamOf(ok);
+TEST(KtStreamTokenizer, QuotedStringsWhiteAndLines) {
+    KtByteArrayInputStream in = streamOf("\"a \\\"b\\\" c\" rest");
     EXPECT_STREQ(KtStreamTokenizer::sGetQuote(in).c_str(), "a \\\"b\\\" c");
     EXPECT_EQ(in.read(), ' ');
-    std::string open = "\"never closed";
-    KtByteArrayInputStream in2 = streamOf(open);
-    try {
-        KtStreamTokenizer::sGetQuote(in2);
-        FAIL() << "no exception";
-    } catch (const KtException& e) {
-        EXPECT_STREQ(e.getMessage(), "Unterminated quoted string");
-    }
-}
+    KtByteArrayInputStream open = streamOf("\"never closed");
+    EXPECT_EQ(kttest::thrown([&] { KtStreamTokenizer::sGetQuote(open); }), "Unterminated quoted string");
 
-TEST(KtStreamTokenizer, DiscardWhiteAndLine) {
-    std::string text = " \t x\r\nnext";
-    KtByteArrayInputStream in = streamOf(text);
-    KtStreamTokenizer::sDiscardWhite(in);
-    EXPECT_EQ(in.peek(), 'x');
-    KtStreamTokenizer::sDiscardLine(in);
-    EXPECT_EQ(in.read(), 'n');
+    KtByteArrayInputStream text = streamOf(" \t x\r\nnext");
+    KtStreamTokenizer::sDiscardWhite(text);
+    EXPECT_EQ(text.peek(), 'x');
+    KtStreamTokenizer::sDiscardLine(text);
+    EXPECT_EQ(text.read(), 'n');
 }
 
 TEST(KtOutputStream, NumbersBytesAndGrowth) {
@@ -167,8 +121,7 @@ TEST(KtOutputStream, NumbersBytesAndGrowth) {
     out << "n=" << -42 << ' ' << 4294967295u << ' ' << static_cast<unsigned char>('A') << 0 << 'z';
     std::string s(out.data(), out.size());
     EXPECT_EQ(s, "n=-42 4294967295 A0z");
-    std::string big(5000, 'q');
-    out << big.c_str();
+    out << std::string(5000, 'q').c_str();
     EXPECT_EQ(out.size(), s.size() + 5000);
     KtHandle<KtByteArray> bytes = out.toByteArray();
     EXPECT_EQ(bytes->getLength(), out.size());

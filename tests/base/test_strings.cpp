@@ -3,6 +3,7 @@
 
 #include "KtInputStream.h"
 #include "KtString.h"
+#include "TestSupport.h"
 
 TEST(KtString, CopiesShareUntilOneIsWritten) {
     KtString a("Via");
@@ -16,26 +17,16 @@ TEST(KtString, CopiesShareUntilOneIsWritten) {
 
 TEST(KtString, NilAndEmptyReadAlike) {
     KtString nil;
-    KtString empty("");
-    EXPECT_TRUE(nil.isNil());
-    EXPECT_TRUE(nil.empty());
-    EXPECT_TRUE(empty.empty());
+    EXPECT_TRUE(nil.isNil() && nil.empty() && KtString("").empty());
     EXPECT_STREQ(nil.c_str(), "");
     EXPECT_EQ(nil.compareWith(""), 0);
     EXPECT_EQ(KtString(static_cast<const char*>(nullptr)).length(), 0u);
 }
 
 TEST(KtString, ComparisonsAndSearch) {
-    struct Row {
-        const char* a;
-        const char* b;
-        bool exact;
-        bool noCase;
-    } rows[] = {
-        {"Call-ID", "Call-ID", true, true},
-        {"Call-ID", "CALL-id", false, true},
-        {"Call-ID", "Call-IDs", false, false},
-        {"", "", true, true},
+    struct Row { const char* a; const char* b; bool exact; bool noCase; } rows[] = {
+        {"Call-ID", "Call-ID", true, true}, {"Call-ID", "CALL-id", false, true},
+        {"Call-ID", "Call-IDs", false, false}, {"", "", true, true},
     };
     for (const Row& r : rows) {
         KtString s(r.a);
@@ -76,20 +67,13 @@ TEST(KtString, GrowsPastItsInlineRoomAndAppendsItself) {
 }
 
 TEST(KtStringBuffer, ParseSkipsLeadingBlanksAndLeavesTheDelimiter) {
-    struct Row {
-        const char* input;
-        const char* delimiters;
-        const char* value;
-        int next;  // the byte left in the stream, -1 at the end
-    } rows[] = {
-        {"  SIP/2.0", "/", "SIP", '/'},
-        {"\tudp host", " \t", "udp", ' '},
-        {"value", ",", "value", -1},
-        {" ", ",", "", -1},
-        {",x", ",", "", ','},
+    // input, delimiters, the value read, the byte left in the stream (-1 at the end)
+    struct Row { const char* input; const char* delimiters; const char* value; int next; } rows[] = {
+        {"  SIP/2.0", "/", "SIP", '/'}, {"\tudp host", " \t", "udp", ' '}, {"value", ",", "value", -1},
+        {" ", ",", "", -1}, {",x", ",", "", ','},
     };
     for (const Row& r : rows) {
-        KtByteArrayInputStream in(r.input, static_cast<unsigned>(strlen(r.input)));
+        KtByteArrayInputStream in = kttest::streamOf(r.input);
         KtString s("");
         s.mutableBuffer()->parse(in, r.delimiters);
         EXPECT_STREQ(s.c_str(), r.value) << r.input;

@@ -1,11 +1,13 @@
 // Helpers shared by every test program: the message of a thrown exception, the text an
-// object writes, a stream over a string and what is left of it.
+// object writes, a stream over a string and what is left of it, a silenced error stream.
 #ifndef KTSIP_TEST_SUPPORT_H
 #define KTSIP_TEST_SUPPORT_H
 
 #include <cstring>
 #include <string>
+#include <vector>
 
+#include "KtErrorStream.h"
 #include "KtException.h"
 #include "KtInputStream.h"
 #include "KtOutputStream.h"
@@ -22,6 +24,13 @@ std::string thrown(Action action) {
         return e.getMessage();
     }
     return "";
+}
+
+/// The message of the KtException that `action` throws when it is not an `E`; "" when it
+/// throws none or an `E`.
+template <class E, class Action>
+std::string thrownOtherThan(Action action) {
+    return thrown([&] { thrown<E>(action); });
 }
 
 /// What `object.serialize()` writes.
@@ -43,6 +52,32 @@ KtByteArrayInputStream streamOf(std::string&&) = delete;  // would outlive its t
 
 /// The bytes of `in` not read yet.
 inline std::string rest(const KtInputStream& in) { return std::string(in.current(), in.end()); }
+
+/// Collects the lines written to the error stream while it lives.
+class ErrorCapture {
+public:
+    ErrorCapture() { KtErrorStream::sSetSink(&sink, this, &m_Sink, &m_Context); }
+    ~ErrorCapture() { KtErrorStream::sSetSink(m_Sink, m_Context); }
+    std::vector<std::string> lines;
+
+private:
+    static void sink(void* self, const char* line, unsigned length) {
+        static_cast<ErrorCapture*>(self)->lines.emplace_back(line, length);
+    }
+    KtErrorStream::Sink m_Sink = nullptr;
+    void* m_Context = nullptr;
+};
+
+/// Drops the lines written to the error stream while it lives (from any thread).
+class QuietErrors {
+public:
+    QuietErrors() { KtErrorStream::sSetSink([](void*, const char*, unsigned) {}, nullptr, &m_Sink, &m_Context); }
+    ~QuietErrors() { KtErrorStream::sSetSink(m_Sink, m_Context); }
+
+private:
+    KtErrorStream::Sink m_Sink = nullptr;
+    void* m_Context = nullptr;
+};
 
 }  // namespace kttest
 

@@ -21,139 +21,89 @@
 
 namespace {
 
-using ktsiptest::written;
+using namespace ktsiptest;
 
-KtHandle<KtSipHeader> parseLine(const std::string& line) { return ktsiptest::parseHeaderText(line); }
+const std::string kDate = "Sat, 13 Nov 2010 23:29:00 GMT";
 
-// Parses `line` and checks that it yields one header of class T.
-template <class T>
-KtHandle<T> parseAs(const std::string& line) {
-    KtHandle<KtSipHeader> header = parseLine(line);
-    KtHandle<T> typed = header.dynamicCast<T>();
-    EXPECT_FALSE(typed.isNil()) << line;
-    return typed;
-}
+TEST(NumericHeaders, ParseAndWrite) {
+    // A line, the id of its header, and the line written ("": the line itself), without line ends.
+    // (The typical value of each header is read and written by the header catalogue test.)
+    const struct { std::string line; HeaderID id; std::string written; } rows[] = {
+        {"CSeq:   4   invite", HeaderCSeq, "CSeq: 4 invite"}, {"l: 0", HeaderContentLength, ""},
+        {"Content-Length: 150", HeaderContentLength, ""}, {"Max-Forwards: 0068", HeaderMaxForwards, "Max-Forwards: 68"},
+        {"Max-Forwards: 300", HeaderMaxForwards, ""}, {"Expires: " + kDate, HeaderExpires, ""},
+        {"Expires: " + std::string(63, '7'), HeaderExpires, "Expires: 2147483647"},
+        {"Min-SE: 90;lr", HeaderMinSE, "Min-SE: 90"}, {"Session-Expires: 1800", HeaderSessionExpires, ""},
+        {"x: 1800 ; refresher=UAS", HeaderSessionExpires, "x: 1800;refresher=UAS"},
+        {"Retry-After: 120 (in a meeting);duration=60", HeaderRetryAfter, "Retry-After: 120"},
+        {"Retry-After: " + kDate + " (lunch) ;duration=3600", HeaderRetryAfter,
+         "Retry-After: " + kDate + " (lunch); duration=3600"},
+        {"Timestamp: 54.21 0.3", HeaderTimestamp, ""}, {"Timestamp: 54", HeaderTimestamp, ""},
+    };
 
-const char kDate[] = "Sat, 13 Nov 2010 23:29:00 GMT";
-const std::string kDigits63(63, '7');
-const std::string kDigits64(64, '7');
-
-enum Outcome { OK, PARSE_ERROR, PLAIN_ERROR };
-
-struct NumericRow {
-    std::string line;
-    HeaderID id;
-    Outcome outcome;
-    std::string expected;  // the written line for OK, the exception text otherwise
-};
-
-const NumericRow kRows[] = {
-    {"CSeq: 4 INVITE\r\n", HeaderCSeq, OK, "CSeq: 4 INVITE\r\n"},
-    {"CSeq:   4   invite\r\n", HeaderCSeq, OK, "CSeq: 4 invite\r\n"},
-    {"CSeq: 4\r\n", HeaderCSeq, PARSE_ERROR, "Invalid CSeq header"},
-    {"CSeq: INVITE\r\n", HeaderCSeq, PARSE_ERROR, "Invalid CSeq header"},
-    {"CSeq: 36893488147419103232 REGISTER\r\n", HeaderCSeq, PARSE_ERROR, "Invalid CSeq header"},
-    {"l: 0\r\n", HeaderContentLength, OK, "l: 0\r\n"},
-    {"Content-Length: 150\r\n", HeaderContentLength, OK, "Content-Length: 150\r\n"},
-    {"Content-Length: -999\r\n", HeaderContentLength, PARSE_ERROR, "Invalid Content-Length header"},
-    {"Max-Forwards: 0068\r\n", HeaderMaxForwards, OK, "Max-Forwards: 68\r\n"},
-    {"Max-Forwards: 300\r\n", HeaderMaxForwards, OK, "Max-Forwards: 300\r\n"},
-    {"Max-Forwards: \r\n", HeaderMaxForwards, PARSE_ERROR, "Invalid Max-Forwards header"},
-    {"RSeq: 988789\r\n", HeaderRSeq, OK, "RSeq: 988789\r\n"},
-    {"RSeq: x\r\n", HeaderRSeq, PARSE_ERROR, "Invalid RSeq header"},
-    {"RAck: 776656 1 INVITE\r\n", HeaderRAck, OK, "RAck: 776656 1 INVITE\r\n"},
-    {"RAck: 776656 1\r\n", HeaderRAck, PARSE_ERROR, "Invalid RAck header"},
-    {"RAck: 776656 INVITE\r\n", HeaderRAck, PARSE_ERROR, "Invalid RAck header"},
-    {"Expires: 3600\r\n", HeaderExpires, OK, "Expires: 3600\r\n"},
-    {std::string("Expires: ") + kDate + "\r\n", HeaderExpires, OK, std::string("Expires: ") + kDate + "\r\n"},
-    {"Expires: " + kDigits63 + "\r\n", HeaderExpires, OK, "Expires: 2147483647\r\n"},
-    {"Expires: " + kDigits64 + "\r\n", HeaderExpires, PARSE_ERROR,
-     "un-expecting end of file when parsing KtSipExpiresHeader"},
-    {"Expires: soon\r\n", HeaderExpires, PARSE_ERROR, "Invalid Expires header"},
-    {"Expires: 10 minutes\r\n", HeaderExpires, PARSE_ERROR, "Invalid Expires header"},
-    {"Expires: \r\n", HeaderExpires, PARSE_ERROR, "Invalid Expires header"},
-    {"Min-SE: 90;lr\r\n", HeaderMinSE, OK, "Min-SE: 90\r\n"},
-    {"Min-SE: x\r\n", HeaderMinSE, PARSE_ERROR, "Invalid Minimum SE header"},
-    {"Min-Expires: 60\r\n", HeaderMinExpires, OK, "Min-Expires: 60\r\n"},
-    {"Min-Expires: -60\r\n", HeaderMinExpires, PARSE_ERROR, "Invalid Minimum SE header"},
-    {"Session-Expires: 1800;refresher=uac\r\n", HeaderSessionExpires, OK, "Session-Expires: 1800;refresher=uac\r\n"},
-    {"x: 1800 ; refresher=UAS\r\n", HeaderSessionExpires, OK, "x: 1800;refresher=UAS\r\n"},
-    {"Session-Expires: 1800\r\n", HeaderSessionExpires, OK, "Session-Expires: 1800\r\n"},
-    {"Session-Expires: 1800;refresher=foo\r\n", HeaderSessionExpires, PARSE_ERROR,
-     "Invalid Refresher in Session-Expires Header"},
-    {"Session-Expires: ;refresher=uac\r\n", HeaderSessionExpires, PARSE_ERROR, "Invalid Session-Expires header"},
-    {"Retry-After: 120\r\n", HeaderRetryAfter, OK, "Retry-After: 120\r\n"},
-    {"Retry-After: 120 (in a meeting);duration=60\r\n", HeaderRetryAfter, OK, "Retry-After: 120\r\n"},
-    {std::string("Retry-After: ") + kDate + " (lunch) ;duration=3600\r\n", HeaderRetryAfter, OK,
-     std::string("Retry-After: ") + kDate + " (lunch); duration=3600\r\n"},
-    {std::string("Retry-After: ") + kDate + " (lunch\r\n", HeaderRetryAfter, PARSE_ERROR, "Missing ')' for comment"},
-    {"Retry-After: tomorrow\r\n", HeaderRetryAfter, PARSE_ERROR, "Invalid Date in Retry-After header"},
-    {"Retry-After: ;duration=1\r\n", HeaderRetryAfter, PARSE_ERROR, "Invalid Retry-After header"},
-    {"Retry-After: 949302838503028349304023988\r\n", HeaderRetryAfter, PARSE_ERROR, "Invalid Retry-After header"},
-    {std::string("Date: ") + kDate + "\r\n", HeaderDate, OK, std::string("Date: ") + kDate + "\r\n"},
-    {"Date: \r\n", HeaderDate, PARSE_ERROR, "Invalid Date header"},
-    {"Date: Fri, 01 Jan 2010 16:00:00 EST\r\n", HeaderDate, PLAIN_ERROR, "Invalid Date in KtSipDateHeader"},
-    {"Timestamp: 54.21 0.3\r\n", HeaderTimestamp, OK, "Timestamp: 54.21 0.3\r\n"},
-    {"Timestamp: 54\r\n", HeaderTimestamp, OK, "Timestamp: 54\r\n"},
-    {"Timestamp: \r\n", HeaderTimestamp, PARSE_ERROR, "Invalid Timestamp header, blank timestamp"},
-};
-
-TEST(NumericHeaders, ParseWriteAndErrors) {
-    for (const NumericRow& row : kRows) {
+    for (const auto& row : rows) {
         SCOPED_TRACE(row.line);
-        try {
-            KtHandle<KtSipHeader> header = parseLine(row.line);
-            ASSERT_EQ(OK, row.outcome) << "no exception";
-            EXPECT_EQ(row.id, header->getHeaderID());
-            EXPECT_TRUE(header->getNext().isNil());
-            EXPECT_EQ(row.expected, written(*header));
-        } catch (const KtSipParseError& e) {
-            EXPECT_EQ(PARSE_ERROR, row.outcome);
-            EXPECT_EQ(row.expected, e.getMessage());
-        } catch (const KtException& e) {
-            EXPECT_EQ(PLAIN_ERROR, row.outcome);
-            EXPECT_EQ(row.expected, e.getMessage());
-        }
+        KtHandle<KtSipHeader> header = parseHeaderLine(row.line);
+        EXPECT_EQ(row.id, header->getHeaderID());
+        EXPECT_TRUE(header->getNext().isNil());
+        EXPECT_EQ((row.written.empty() ? row.line : row.written) + "\r\n", written(*header));
     }
 }
 
+TEST(NumericHeaders, MalformedLinesAreRefused) {
+    const std::string cseq = "Invalid CSeq header", rack = "Invalid RAck header", expires = "Invalid Expires header",
+                      minimum = "Invalid Minimum SE header", retry = "Invalid Retry-After header";
+    const std::pair<std::string, std::string> rows[] = {
+        {"CSeq: 4", cseq}, {"CSeq: INVITE", cseq}, {"CSeq: 36893488147419103232 REGISTER", cseq},
+        {"Content-Length: -999", "Invalid Content-Length header"}, {"Max-Forwards: ", "Invalid Max-Forwards header"},
+        {"RSeq: x", "Invalid RSeq header"}, {"RAck: 776656 1", rack}, {"RAck: 776656 INVITE", rack},
+        {"Expires: " + std::string(64, '7'), "un-expecting end of file when parsing KtSipExpiresHeader"},
+        {"Expires: soon", expires}, {"Expires: 10 minutes", expires}, {"Expires: ", expires},
+        {"Min-SE: x", minimum}, {"Min-Expires: -60", minimum},
+        {"Session-Expires: 1800;refresher=foo", "Invalid Refresher in Session-Expires Header"},
+        {"Session-Expires: ;refresher=uac", "Invalid Session-Expires header"},
+        {"Retry-After: " + kDate + " (lunch", "Missing ')' for comment"},
+        {"Retry-After: tomorrow", "Invalid Date in Retry-After header"}, {"Retry-After: ;duration=1", retry},
+        {"Retry-After: 949302838503028349304023988", retry}, {"Date: ", "Invalid Date header"},
+        {"Timestamp: ", "Invalid Timestamp header, blank timestamp"},
+    };
+    for (const auto& row : rows)
+        EXPECT_EQ(row.second, thrown<KtSipParseError>([&] { parseHeaderLine(row.first); })) << row.first;
+    // A date in another zone is refused with a plain KtException.
+    EXPECT_EQ("Invalid Date in KtSipDateHeader",
+              kttest::thrownOtherThan<KtSipParseError>([] { parseHeaderLine("Date: Fri, 01 Jan 2010 16:00:00 EST"); }));
+}
+
 TEST(NumericHeaders, FieldsAfterParsing) {
-    KtHandle<KtSipCSeqHeader> cseq = parseAs<KtSipCSeqHeader>("CSeq: 4 invite\r\n");
-    EXPECT_EQ(4u, cseq->getNumber());
-    EXPECT_STREQ("invite", cseq->getMethod().c_str());
+    KtHandle<KtSipCSeqHeader> cseq = parseAs<KtSipCSeqHeader>("CSeq: 4 invite");
+    EXPECT_EQ("4 invite", std::to_string(cseq->getNumber()) + " " + cseq->getMethod().c_str());
+    EXPECT_EQ(0u, parseAs<KtSipContentLengthHeader>("l: 0")->getValue());
+    EXPECT_EQ(300u, parseAs<KtSipMaxForwardsHeader>("Max-Forwards: 300")->getValue());
+    EXPECT_EQ(4294967295u, parseAs<KtSipRSeqHeader>("RSeq: 4294967295")->getValue());
+    EXPECT_EQ(90u, parseAs<KtSipMinSEHeader>("Min-SE: 90")->getValue());
+    EXPECT_EQ(60u, parseAs<KtSipMinExpiresHeader>("Min-Expires: 60")->getValue());
+    KtHandle<KtSipRAckHeader> rack = parseAs<KtSipRAckHeader>("RAck: 776656 1 INVITE");
+    EXPECT_EQ("776656 1 INVITE", std::to_string(rack->getResponseNumber()) + " " +
+                                     std::to_string(rack->getCSeqNumber()) + " " + rack->getMethod().c_str());
 
-    EXPECT_EQ(0u, parseAs<KtSipContentLengthHeader>("l: 0\r\n")->getValue());
-    EXPECT_EQ(300u, parseAs<KtSipMaxForwardsHeader>("Max-Forwards: 300\r\n")->getValue());
-    EXPECT_EQ(4294967295u, parseAs<KtSipRSeqHeader>("RSeq: 4294967295\r\n")->getValue());
-    EXPECT_EQ(90u, parseAs<KtSipMinSEHeader>("Min-SE: 90\r\n")->getValue());
-    EXPECT_EQ(60u, parseAs<KtSipMinExpiresHeader>("Min-Expires: 60\r\n")->getValue());
-
-    KtHandle<KtSipRAckHeader> rack = parseAs<KtSipRAckHeader>("RAck: 776656 1 INVITE\r\n");
-    EXPECT_EQ(776656u, rack->getResponseNumber());
-    EXPECT_EQ(1u, rack->getCSeqNumber());
-    EXPECT_STREQ("INVITE", rack->getMethod().c_str());
-
-    KtHandle<KtSipExpiresHeader> delta = parseAs<KtSipExpiresHeader>("Expires: 3600\r\n");
+    KtHandle<KtSipExpiresHeader> delta = parseAs<KtSipExpiresHeader>("Expires: 3600");
     EXPECT_FALSE(delta->isDate());
     EXPECT_EQ(3600, delta->getDelta());
-    KtHandle<KtSipExpiresHeader> date = parseAs<KtSipExpiresHeader>(std::string("Expires: ") + kDate + "\r\n");
+    KtHandle<KtSipExpiresHeader> date = parseAs<KtSipExpiresHeader>("Expires: " + kDate);
     EXPECT_TRUE(date->isDate());
     EXPECT_EQ(1289690940, date->getDate().getTime());
 
-    KtHandle<KtSipSessionExpiresHeader> session =
-        parseAs<KtSipSessionExpiresHeader>("Session-Expires: 1800;refresher=uac\r\n");
+    auto session = parseAs<KtSipSessionExpiresHeader>("Session-Expires: 1800;refresher=uac");
     EXPECT_EQ(1800u, session->getValue());
     EXPECT_STREQ("uac", session->getRefresher().c_str());
     EXPECT_STREQ("uac", session->getParameters()->getValue("refresher").c_str());
 
-    KtHandle<KtSipRetryAfterHeader> retry =
-        parseAs<KtSipRetryAfterHeader>(std::string("Retry-After: ") + kDate + " (lunch);duration=3600\r\n");
-    EXPECT_TRUE(retry->isDate());
+    auto retry = parseAs<KtSipRetryAfterHeader>("Retry-After: " + kDate + " (lunch);duration=3600");
+    EXPECT_TRUE(retry->isDate() && retry->hasDuration());
     EXPECT_STREQ("lunch", retry->getComment().c_str());
-    EXPECT_TRUE(retry->hasDuration());
     EXPECT_EQ(3600u, retry->getDuration());
 
-    KtHandle<KtSipTimestampHeader> stamp = parseAs<KtSipTimestampHeader>("Timestamp: 54.21 0.3\r\n");
+    KtHandle<KtSipTimestampHeader> stamp = parseAs<KtSipTimestampHeader>("Timestamp: 54.21 0.3");
     EXPECT_STREQ("54.21", stamp->getTimestamp().c_str());
     EXPECT_STREQ("0.3", stamp->getDelay().c_str());
 }
@@ -166,35 +116,22 @@ TEST(NumericHeaders, ConstructedHeadersWriteTheirValues) {
     EXPECT_EQ("Expires: -1\r\n", written(KtSipExpiresHeader(-1)));
     EXPECT_EQ("Session-Expires: 90;refresher=uas\r\n", written(KtSipSessionExpiresHeader(90, "uas")));
     EXPECT_EQ("Retry-After: 30\r\n", written(KtSipRetryAfterHeader(30)));
-
     KtDate date;
-    date.constructKtDate(kDate);
-    EXPECT_EQ(std::string("Date: ") + kDate + "\r\n", written(KtSipDateHeader(date)));
+    date.constructKtDate(kDate.c_str());
+    EXPECT_EQ("Date: " + kDate + "\r\n", written(KtSipDateHeader(date)));
+    EXPECT_EQ("Can't serialize Timestamp header, empty timestamp", thrown([] { written(KtSipTimestampHeader()); }));
 
-    try {
-        written(KtSipTimestampHeader());
-        ADD_FAILURE() << "no exception";
-    } catch (const KtException& e) {
-        EXPECT_STREQ("Can't serialize Timestamp header, empty timestamp", e.getMessage());
-    }
-}
-
-TEST(NumericHeaders, SessionExpiresValidityCheck) {
+    // Session-Expires checks its refresher (no refresher is valid; case is ignored).
     KtSipSessionExpiresHeader header(1800);
-    header.checkValidity();  // no refresher: valid
+    header.checkValidity();
     header.setRefresher("foo");
-    try {
-        header.checkValidity();
-        ADD_FAILURE() << "no exception";
-    } catch (const KtSipParseError& e) {
-        EXPECT_STREQ("Invalid Refresher in Session-Expires Header", e.getMessage());
-    }
+    EXPECT_EQ("Invalid Refresher in Session-Expires Header", thrown<KtSipParseError>([&] { header.checkValidity(); }));
     header.setRefresher("UaC");
     header.checkValidity();
 }
 
 TEST(NumericHeaders, CloneCopiesValuesAndParameters) {
-    KtHandle<KtSipHeader> original = parseLine("Session-Expires: 1800;refresher=uac\r\n");
+    KtHandle<KtSipHeader> original = parseHeaderLine("Session-Expires: 1800;refresher=uac");
     KtHandle<KtSipHeader> copy = original->clone();
     KtSipSessionExpiresHeader* session = dynamic_cast<KtSipSessionExpiresHeader*>(copy.get());
     ASSERT_NE(nullptr, session);

@@ -1,15 +1,12 @@
-// Messages derived from other messages: responses, ACK, PRACK, CANCEL and BYE.
+// Messages derived from other messages: responses, ACK, PRACK, CANCEL and BYE; the default
+// reason phrases of responses.
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <map>
 #include <typeinfo>
 
-#include "KtSipAckMessage.h"
-#include "KtSipByeMessage.h"
-#include "KtSipCancelMessage.h"
-#include "KtSipInviteMessage.h"
-#include "KtSipPrackMessage.h"
-#include "KtSipResponse.h"
+#include "KtSipResponseCode.h"
 #include "MessageTestUtil.h"
 
 using namespace msgtest;
@@ -41,14 +38,9 @@ std::string cseqOf(const KtSipMessage& m) {
 }
 
 TEST(DerivedMessage, CSeqRequestUriAndRoundTrip) {
-    struct Row {
-        const char* name;
-        std::function<KtSipRequest*()> build;
-        const std::type_info& type;
-        const char* cseq;
-        const char* uri;
-        const char* key;  // after a Via of h.example:5080 was added where there was none
-    };
+    // name, builder, class, CSeq, request URI, key (after a Via of h.example:5080 was added where there was none)
+    struct Row { const char* name; std::function<KtSipRequest*()> build; const std::type_info& type;
+                 const char *cseq, *uri, *key; };
     const char* const viaKey = "bobb.example5060alicea.example507088h.example5080c1";
     const std::string ackKey = std::string(viaKey) + "7", nextKey = std::string(viaKey) + "8";
     const Row rows[] = {
@@ -88,11 +80,7 @@ TEST(DerivedMessage, CSeqRequestUriAndRoundTrip) {
 }
 
 TEST(DerivedMessage, Refusals) {
-    struct Row {
-        const char* name;
-        std::function<void()> build;
-        const char* message;
-    };
+    struct Row { const char* name; std::function<void()> build; const char* message; };
     const Row rows[] = {
         {"code 99", [] { KtSipResponse r(99, request("INVITE")); }, "Invalid Response code"},
         {"code 700", [] { KtSipResponse r(700, request("INVITE")); }, "Invalid Response code"},
@@ -109,27 +97,13 @@ TEST(DerivedMessage, Refusals) {
         {"ACK body without type", [] { KtSipAckMessage a(response(200), "v=0", nullptr, 3); },
          "Can't build SIP request(with body) with no content-type"},
     };
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.name);
-        try {
-            row.build();
-            ADD_FAILURE() << "no exception";
-        } catch (const KtSipParseError& e) {
-            EXPECT_STREQ(row.message, e.getMessage());
-        }
-    }
+    for (const Row& row : rows) EXPECT_EQ(row.message, thrown<KtSipParseError>(row.build)) << row.name;
 }
 
 TEST(DerivedMessage, ResponseHeadersAndBody) {
-    const std::string head = "Via: SIP/2.0/UDP a.example:5070;branch=z9hG4bK1\r\nVia: SIP/2.0/UDP p.example;branch=z9hG4bK0\r\n"
-                             "From: \"Alice\" <sip:alice@a.example:5070>;tag=88\r\nTo: <sip:bob@b.example>\r\nCall-ID: c1\r\n";
-    const std::string routes = "Record-Route: <sip:p1.example;lr>\r\nRecord-Route: <sip:p2.example;lr>\r\n";
-    struct Row {
-        int code;
-        const char* method;
-        const char* body;
-        std::string wire;
-    };
+    const std::string head = crlf(kVias + "From: \"Alice\" <sip:alice@a.example:5070>;tag=88\nTo: <sip:bob@b.example>\n"
+                                          "Call-ID: c1\n"), routes = crlf(kRoutes);
+    struct Row { int code; const char* method; const char* body; std::string wire; };
     const Row rows[] = {
         {100, "INVITE", nullptr, "SIP/2.0 100 Trying\r\n" + head + "CSeq: 7 INVITE\r\nContent-Length: 0\r\n\r\n"},
         {180, "INVITE", nullptr, "SIP/2.0 180 Ringing\r\n" + head + "CSeq: 7 INVITE\r\nContent-Length: 0\r\n\r\n"},
@@ -178,27 +152,18 @@ TEST(DerivedMessage, ResponseConnectionAndInvalidRequest) {
 }
 
 TEST(DerivedMessage, ByeFromInviteSwapsAddressesAndTags) {
-    struct Row {
-        const char* to;
-        const char* wire;
-        bool fromBrackets, toBrackets;
-    };
-    const Row rows[] = {
-        {"sip:bob@b.example;tag=99",
-         "BYE sip:alice@a.example:5070 SIP/2.0\r\nFrom: <sip:bob@b.example>;tag=99\r\n"
-         "To: \"Alice\" <sip:alice@a.example:5070>;tag=88\r\nCall-ID: c1\r\nCSeq: 8 BYE\r\nContent-Length: 0\r\n\r\n",
-         true, true},
-        {"sip:bob@b.example",
-         "BYE sip:alice@a.example:5070 SIP/2.0\r\nFrom: <sip:bob@b.example>\r\n"
-         "To: \"Alice\" <sip:alice@a.example:5070>;tag=88\r\nCall-ID: c1\r\nCSeq: 8 BYE\r\nContent-Length: 0\r\n\r\n",
-         false, true},
-    };
+    // The INVITE's To, the BYE's From parameters, whether From and To of the BYE have angle brackets.
+    struct Row { const char* to; const char* fromParameters; bool fromBrackets, toBrackets; };
+    const Row rows[] = {{"sip:bob@b.example;tag=99", ";tag=99", true, true}, {"sip:bob@b.example", "", false, true}};
     for (const Row& row : rows) {
         SCOPED_TRACE(row.to);
         KtHandle<KtSipInviteMessage> inv = request("INVITE", row.to).dynamicCast<KtSipInviteMessage>();
         ASSERT_FALSE(inv.isNil());
         KtSipByeMessage bye(inv);
-        EXPECT_EQ(row.wire, wire(bye));
+        EXPECT_EQ("BYE sip:alice@a.example:5070 SIP/2.0\r\nFrom: <sip:bob@b.example>" + std::string(row.fromParameters) +
+                      "\r\nTo: \"Alice\" <sip:alice@a.example:5070>;tag=88\r\nCall-ID: c1\r\nCSeq: 8 BYE\r\n"
+                      "Content-Length: 0\r\n\r\n",
+                  wire(bye));
         const auto from = bye.mGetHeaderByID(HeaderFrom).dynamicCast<KtSipFromHeader>();
         const auto to = bye.mGetHeaderByID(HeaderTo).dynamicCast<KtSipToHeader>();
         EXPECT_EQ(row.fromBrackets, from->getNameAddress()->getAngleBrackets());
@@ -213,6 +178,38 @@ TEST(DerivedMessage, AckBodyAndPrackWithoutRAck) {
               "Content-Type: application/sdp\r\n\r\nv=0",
               wire(ack));
     EXPECT_TRUE(KtSipPrackMessage(response(183)).mGetHeader("RAck").isNil()) << "the caller adds RAck";
+}
+
+TEST(ReasonPhrase, EveryCodeFromMinus5To800) {
+    const std::map<int, std::string> own = {
+        {100, "Trying"}, {180, "Ringing"}, {181, "Call Is Being Forwarded"}, {182, "Queued"}, {183, "Session Progress"},
+        {200, "Ok"}, {300, "Multiple Choices"}, {301, "Moved Permanently"}, {302, "Moved Temporarily"},
+        {303, "See Other"}, {305, "Use Proxy"}, {380, "Alternative Service"}, {400, "Bad Request"},
+        {401, "Unauthorized"}, {402, "Payment Required"}, {403, "Forbidden"}, {404, "Not Found"},
+        {405, "Method Not Allowed"}, {406, "Not Acceptable"}, {407, "Proxy Authentication Required"},
+        {408, "Request Timeout"}, {409, "Conflict"}, {410, "Gone"}, {411, "Length Required"},
+        {413, "Request Message Body Too Large"}, {414, "Request-URI Too Large"}, {415, "Unsupported Media Type"},
+        {416, "Unsupported URI Scheme"}, {420, "Bad Extension"}, {421, "Extension Required"},
+        {422, "Session Timer Too Small"}, {480, "Temporarily not available"}, {481, "Call/Transaction Does Not Exist"},
+        {482, "Loop Detected"}, {483, "Too Many Hops"}, {484, "Address Incomplete"}, {485, "Ambiguous"},
+        {486, "Busy Here"}, {487, "Transaction Cancelled"}, {488, "Not Acceptable Here"}, {491, "Request Pending"},
+        {493, "Undecipherable"}, {500, "Internal Server Error"}, {501, "Not Implemented"}, {502, "Bad Gateway"},
+        {503, "Service Unavailable"}, {504, "Gateway Timeout"}, {505, "SIP Version not supported"},
+        {513, "Message Too Large"}, {600, "Busy Everywhere"}, {603, "Decline"}, {604, "Does not exist anywhere"},
+        {606, "Not Acceptable"},
+    };
+    for (int code = -5; code <= 800; ++code) {
+        const auto found = own.find(code);
+        const std::string expected = found != own.end() ? found->second
+                                     : code >= 100 && code <= 699
+                                         ? "Unknown " + std::to_string(code / 100 * 100) + " Class Response"
+                                         : "Unknown Response";
+        const char* phrase = KtSipResponseCode::getReasonPhrase(code);
+        ASSERT_NE(nullptr, phrase) << code;
+        EXPECT_EQ(expected, phrase) << "code " << code;
+    }
+    EXPECT_STREQ("Unknown Response", KtSipResponseCode::getReasonPhrase(-199));
+    EXPECT_STREQ("Unknown Response", KtSipResponseCode::getReasonPhrase(2147483647));
 }
 
 }  // namespace

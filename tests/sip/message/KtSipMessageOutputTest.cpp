@@ -8,9 +8,6 @@
 #include <sstream>
 
 #include "KtSipFromHeader.h"
-#include "KtSipInviteMessage.h"
-#include "KtSipOptionsMessage.h"
-#include "KtSipResponse.h"
 #include "KtSipToHeader.h"
 #include "MessageTestUtil.h"
 
@@ -33,11 +30,13 @@ TEST(MessageOutput, SetBodySequence) {
     EXPECT_EQ(kHead + "\r\n", wire(*request));
     request->setBody("abc", "text/plain", 3);
     EXPECT_EQ(kHead + "Content-Length: 3\r\nContent-Type: text/plain\r\n\r\nabc", wire(*request));
-    EXPECT_EQ("Can't build SIP request with NULL body pointer", thrown([&] { request->setBody(nullptr, "text/plain", 5); }));
+    EXPECT_EQ("Can't build SIP request with NULL body pointer",
+              thrown([&] { request->setBody(nullptr, "text/plain", 5); }));
     EXPECT_EQ(5u, request->getBodyLength()) << "the length is set before the check";
     EXPECT_EQ(kHead + "Content-Length: 5\r\nContent-Type: text/plain\r\n\r\nabc", wire(*request))
         << "never more than the body holds";
-    EXPECT_EQ("Can't build SIP request(with body) with no content-type", thrown([&] { request->setBody("xy", nullptr, 2); }));
+    EXPECT_EQ("Can't build SIP request(with body) with no content-type",
+              thrown([&] { request->setBody("xy", nullptr, 2); }));
     request->setBody("v=0\r\n", "application/sdp", 5);
     EXPECT_EQ(kHead + "Content-Length: 5\r\nContent-Type: application/sdp\r\n\r\nv=0\r\n", wire(*request));
     request->setBody(nullptr, nullptr, 0);  // keeps the bytes, writes none, keeps the type
@@ -75,7 +74,7 @@ TEST(MessageOutput, LogForms) {
     EXPECT_EQ("RECEIVED SIP MESSAGE (RESPONSE) via UDP from 0.0.0.0:0 :\nSIP/2.0 0 \n\n\n", other.str());
 }
 
-std::string withBody(const std::string& head, const std::string& body) {
+std::string withBody(const std::string& head, const std::string& body = "") {
     return crlf(head) + "Content-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body;
 }
 
@@ -89,28 +88,22 @@ std::vector<std::string> typicalMessages() {
                      dialog + "CSeq: 314159 INVITE\nContact: <sip:alice@pc33.a.example>\nContent-Type: application/sdp\n",
                  sdp),
         withBody("SIP/2.0 180 Ringing\n" + via + "To: Bob <sip:bob@b.example>;tag=a6c85cf\n" + dialog +
-                     "Contact: <sip:bob@192.0.2.4>\nCSeq: 314159 INVITE\n",
-                 ""),
+                     "Contact: <sip:bob@192.0.2.4>\nCSeq: 314159 INVITE\n"),
         withBody("SIP/2.0 200 Ok\n" + via + "Record-Route: <sip:p1.example;lr>\nRecord-Route: <sip:p2.example;lr>\n"
                      "To: Bob <sip:bob@b.example>;tag=a6c85cf\n" + dialog +
                      "CSeq: 314159 INVITE\nContact: <sip:bob@192.0.2.4>\nContent-Type: application/sdp\n",
                  sdp),
         withBody("ACK sip:bob@192.0.2.4 SIP/2.0\nVia: SIP/2.0/UDP pc33.a.example;branch=z9hG4bKnashds9\n"
-                     "Max-Forwards: 70\nTo: Bob <sip:bob@b.example>;tag=a6c85cf\n" + dialog + "CSeq: 314159 ACK\n",
-                 ""),
+                     "Max-Forwards: 70\nTo: Bob <sip:bob@b.example>;tag=a6c85cf\n" + dialog + "CSeq: 314159 ACK\n"),
         withBody("BYE sip:alice@pc33.a.example SIP/2.0\nVia: SIP/2.0/TCP 192.0.2.4;branch=z9hG4bKnashds10\n"
                      "Max-Forwards: 70\nFrom: Bob <sip:bob@b.example>;tag=a6c85cf\nTo: Alice <sip:alice@a.example>;"
-                     "tag=1928301774\nCall-ID: a84b4c76e66710@a.example\nCSeq: 231 BYE\n",
-                 ""),
-        withBody("REGISTER sip:registrar.b.example SIP/2.0\nVia: SIP/2.0/UDP bobspc.b.example:5060;branch=z9hG4bKnashds7\n"
-                     "Max-Forwards: 70\nTo: Bob <sip:bob@b.example>\nFrom: Bob <sip:bob@b.example>;tag=456248\n"
-                     "Call-ID: 843817637684230@998sdasdh09\nCSeq: 1826 REGISTER\nContact: <sip:bob@192.0.2.4>\n"
-                     "Expires: 7200\n",
-                 ""),
+                     "tag=1928301774\nCall-ID: a84b4c76e66710@a.example\nCSeq: 231 BYE\n"),
+        withBody("REGISTER sip:registrar.b.example SIP/2.0\nVia: SIP/2.0/UDP bobspc.b.example:5060;branch=z9hG4bKnashds7"
+                 "\nMax-Forwards: 70\nTo: Bob <sip:bob@b.example>\nFrom: Bob <sip:bob@b.example>;tag=456248\nCall-ID: "
+                 "843817637684230@998sdasdh09\nCSeq: 1826 REGISTER\nContact: <sip:bob@192.0.2.4>\nExpires: 7200\n"),
         withBody("OPTIONS sip:carol@c.example SIP/2.0\nVia: SIP/2.0/UDP pc33.a.example;branch=z9hG4bKhjhs8ass877\n"
                      "Max-Forwards: 70\nTo: <sip:carol@c.example>\n" + dialog +
-                     "CSeq: 63104 OPTIONS\nContact: <sip:alice@pc33.a.example>\nAccept: application/sdp\n",
-                 ""),
+                     "CSeq: 63104 OPTIONS\nContact: <sip:alice@pc33.a.example>\nAccept: application/sdp\n"),
     };
 }
 
@@ -143,12 +136,8 @@ void exercisePools() {
     for (const char* text : {"INVITE sips:a SIP/2.0\r\n\r\n", "INVITE sip:a SIP/2.1\r\n\r\n", "SIP/2.0 200\r\n",
                              "\r\n\r\n", "OPTIONS sip:a SIP/2.0\r\nContent-Length: 50\r\n\r\nshort",
                              "OPTIONS sip:a SIP/2.0\r\nVia: SIP/2.0/UDP a\r\n\r\n",
-                             "OPTIONS sip:a SIP/2.0\r\nCSeq: x\r\n: y\r\nX-A: 1\r\n\r\nbody"}) {
-        try {
-            parse(text);
-        } catch (const KtException&) {
-        }
-    }
+                             "OPTIONS sip:a SIP/2.0\r\nCSeq: x\r\n: y\r\nX-A: 1\r\n\r\nbody"})
+        thrown([&] { parse(text); });
     KtSipRequest built(KtString("MESSAGE"));
     built.setURI(new KtSipURL("sip:bob@b.example?Subject=hi;body=hello"));
     built.stripSipURLHeaders();
@@ -165,14 +154,13 @@ TEST(MessagePools, CountersReturnToTheirStart) {
 /// copied and asked for its key.
 void survive(const std::string& input) {
     ErrorCapture errors;
-    try {
+    thrown([&] {
         KtHandle<KtSipMessage> message = parse(input);
         ASSERT_FALSE(message.isNil());
         std::ostringstream os;
         os << KtHandle<KtSipMessage>(message->clone());
         message->createKey();
-    } catch (const KtException&) {
-    }
+    });
 }
 
 TEST(MessageRobustness, ArbitraryInput) {
@@ -214,11 +202,6 @@ TEST(MessageRobustness, ArbitraryInput) {
         ++files;
     }
     EXPECT_GE(files, 60u);
-
-    ErrorCapture errors;  // a 2,000-character request URI: line too long
-    KtHandle<KtSipInviteMessage> request(new KtSipInviteMessage());
-    EXPECT_THROW(parseInto(*request, "INVITE", " sip:" + std::string(2000, 'u') + "@b SIP/2.0\r\n\r\n"), KtSipParseError);
-    EXPECT_EQ(414, request->getStatus());
 }
 
 }  // namespace

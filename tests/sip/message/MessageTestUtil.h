@@ -3,12 +3,32 @@
 #define KTSIP_TESTS_MESSAGE_TEST_UTIL_H
 
 #include <string>
+#include <typeinfo>
 #include <vector>
 
 #include "KtErrorStream.h"
+#include "KtSipAckMessage.h"
+#include "KtSipByeMessage.h"
+#include "KtSipCancelMessage.h"
+#include "KtSipInfoMessage.h"
+#include "KtSipInviteMessage.h"
 #include "KtSipMessage.h"
+#include "KtSipMessageMessage.h"
+#include "KtSipNotifyMessage.h"
+#include "KtSipOptionsMessage.h"
+#include "KtSipPrackMessage.h"
+#include "KtSipReferMessage.h"
+#include "KtSipRegisterMessage.h"
+#include "KtSipResponse.h"
+#include "KtSipSubscribeMessage.h"
+#include "KtSipUnknownRequest.h"
+#include "TestSupport.h"
 
 namespace msgtest {
+
+using kttest::ErrorCapture;
+using kttest::QuietErrors;
+using kttest::thrown;
 
 /// `text` with every LF turned into CR LF.
 inline std::string crlf(const std::string& text) {
@@ -19,14 +39,14 @@ inline std::string crlf(const std::string& text) {
 
 /// Parses `wire` as one datagram.
 inline KtHandle<KtSipMessage> parse(const std::string& wire) {
-    KtByteArrayInputStream in(wire.data(), static_cast<unsigned>(wire.size()));
+    KtByteArrayInputStream in = kttest::streamOf(wire);
     return KtSipMessage::sConstructFrom(in);
 }
 
 /// Parses `rest` (the text after the first token) into `message`, which stays inspectable
 /// when parsing throws.
 inline void parseInto(KtSipMessage& message, const char* token, const std::string& rest) {
-    KtByteArrayInputStream in(rest.data(), static_cast<unsigned>(rest.size()));
+    KtByteArrayInputStream in = kttest::streamOf(rest);
     message.parse(token, in);
 }
 
@@ -40,41 +60,27 @@ inline std::string wire(const KtSipMessage& message, bool startLineOnly = false)
     return std::string(out.data(), out.size());
 }
 
-/// The message of the KtException that `action` throws, "" when it throws none.
-template <class Action>
-std::string thrown(Action action) {
-    try {
-        action();
-    } catch (const KtException& e) {
-        return e.getMessage();
-    }
-    return "";
+template <class T>
+KtSipMessage* make() {
+    return new T();
 }
 
-/// Collects the lines written to the error stream while it lives.
-class ErrorCapture {
-public:
-    ErrorCapture() { KtErrorStream::sSetSink(&sink, this, &m_Sink, &m_Context); }
-    ~ErrorCapture() { KtErrorStream::sSetSink(m_Sink, m_Context); }
-    std::vector<std::string> lines;
-
-private:
-    static void sink(void* self, const char* line, unsigned length) {
-        static_cast<ErrorCapture*>(self)->lines.emplace_back(line, length);
-    }
-    KtErrorStream::Sink m_Sink = nullptr;
-    void* m_Context = nullptr;
-};
-
-/// Drops the lines written to the error stream while it lives (from any thread).
-class QuietErrors {
-public:
-    QuietErrors() { KtErrorStream::sSetSink([](void*, const char*, unsigned) {}, nullptr, &m_Sink, &m_Context); }
-    ~QuietErrors() { KtErrorStream::sSetSink(m_Sink, m_Context); }
-
-private:
-    KtErrorStream::Sink m_Sink = nullptr;
-    void* m_Context = nullptr;
+/// The class that sConstructFrom picks for each registered first token ("SIP": a response);
+/// any other token makes a KtSipUnknownRequest.
+struct MessageClass { const char* token; const std::type_info& type; KtSipMessage* (*create)(); };
+inline const MessageClass kMessageClasses[] = {
+    {"ACK", typeid(KtSipAckMessage), &make<KtSipAckMessage>}, {"BYE", typeid(KtSipByeMessage), &make<KtSipByeMessage>},
+    {"CANCEL", typeid(KtSipCancelMessage), &make<KtSipCancelMessage>},
+    {"INFO", typeid(KtSipInfoMessage), &make<KtSipInfoMessage>},
+    {"INVITE", typeid(KtSipInviteMessage), &make<KtSipInviteMessage>},
+    {"MESSAGE", typeid(KtSipMessageMessage), &make<KtSipMessageMessage>},
+    {"NOTIFY", typeid(KtSipNotifyMessage), &make<KtSipNotifyMessage>},
+    {"OPTIONS", typeid(KtSipOptionsMessage), &make<KtSipOptionsMessage>},
+    {"PRACK", typeid(KtSipPrackMessage), &make<KtSipPrackMessage>},
+    {"REFER", typeid(KtSipReferMessage), &make<KtSipReferMessage>},
+    {"REGISTER", typeid(KtSipRegisterMessage), &make<KtSipRegisterMessage>},
+    {"SUBSCRIBE", typeid(KtSipSubscribeMessage), &make<KtSipSubscribeMessage>},
+    {"SIP", typeid(KtSipResponse), &make<KtSipResponse>},
 };
 
 /// The headers of a valid INVITE from alice to bob (no Content-Length, no blank line).

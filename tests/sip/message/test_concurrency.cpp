@@ -12,6 +12,7 @@
 #include <thread>
 #include <vector>
 
+#include "HeaderTestSupport.h"
 #include "KtSipContactHeader.h"
 #include "KtSipViaHeader.h"
 #include "MessageTestUtil.h"
@@ -24,12 +25,6 @@ const std::chrono::milliseconds kDeadline(1500);
 const int kRounds = 400;
 
 using namespace msgtest;
-
-KtHandle<KtSipHeader> headerLine(const std::string& line) {
-    const std::string text = line + "\r\n";
-    KtByteArrayInputStream in(text.data(), static_cast<unsigned>(text.size()));
-    return KtSipHeader::sConstructFrom(in);
-}
 
 /// Messages of several classes and shapes (chains, folding, bodies, an invalid one).
 std::vector<std::string> sampleMessages() {
@@ -113,7 +108,8 @@ TEST(Concurrency, SharedMessageUnderItsMutex) {
         switch (thread) {
             case 0:  // adds Allow-Events headers, which nothing else carries
             case 1:
-                shared->addHeader(headerLine("Allow-Events: ev" + std::to_string(thread) + "-" + std::to_string(round)),
+                shared->addHeader(ktsiptest::parseHeaderLine("Allow-Events: ev" + std::to_string(thread) + "-" +
+                                                             std::to_string(round)),
                                   (round & 1) != 0);
                 ++added;
                 break;

@@ -16,26 +16,12 @@
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
+#include <iterator>
 #include <map>
-#include <sstream>
 #include <string>
 #include <typeinfo>
 #include <vector>
 
-#include "KtSipAckMessage.h"
-#include "KtSipByeMessage.h"
-#include "KtSipCancelMessage.h"
-#include "KtSipInfoMessage.h"
-#include "KtSipInviteMessage.h"
-#include "KtSipMessageMessage.h"
-#include "KtSipNotifyMessage.h"
-#include "KtSipOptionsMessage.h"
-#include "KtSipPrackMessage.h"
-#include "KtSipReferMessage.h"
-#include "KtSipRegisterMessage.h"
-#include "KtSipResponse.h"
-#include "KtSipSubscribeMessage.h"
-#include "KtSipUnknownRequest.h"
 #include "MessageTestUtil.h"
 #include "TorvaneMemAllocator.h"
 
@@ -44,16 +30,11 @@ namespace {
 const std::string kCorpusDir = KTSIP_CORPUS_DIR;
 const std::string kOutcomeTable = std::string(KTSIP_SOURCE_DIR) + "/tests/sip/message/torture_outcomes.txt";
 
-struct CorpusFile {
-    std::string name;   ///< path relative to the corpus folder
-    long long bytes;    ///< size recorded in the index
-};
+struct CorpusFile { std::string name /* relative to the corpus folder */; long long bytes /* recorded size */; };
 
 std::string readFile(const std::string& path) {
     std::ifstream in(path, std::ios::binary);
-    std::stringstream bytes;
-    bytes << in.rdbuf();
-    return bytes.str();
+    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
 }
 
 /// The files of index.json with their recorded sizes. The index is an array of flat
@@ -83,16 +64,11 @@ std::vector<CorpusFile> corpusIndex() {
 /// Printable form for one line of the table: control bytes, backslash and bytes above
 /// 0x7E as \xNN.
 std::string escaped(const std::string& text) {
+    static const char digits[] = "0123456789ABCDEF";
     std::string out;
-    for (unsigned char c : text) {
-        if (c < 0x20 || c > 0x7E || c == '\\') {
-            char hex[8];
-            std::snprintf(hex, sizeof hex, "\\x%02X", c);
-            out += hex;
-        } else {
-            out += static_cast<char>(c);
-        }
-    }
+    for (unsigned char c : text)
+        out += c < 0x20 || c > 0x7E || c == '\\' ? std::string("\\x") + digits[c >> 4] + digits[c & 15]
+                                                 : std::string(1, static_cast<char>(c));
     return out;
 }
 
@@ -103,24 +79,11 @@ std::string joined(const msgtest::ErrorCapture& errors) {
     return out;
 }
 
-template <class T>
-KtSipMessage* create() {
-    return new T();
-}
-
 /// An empty message of the class that sConstructFrom picks for the first token `token`.
 KtSipMessage* messageFor(const std::string& token) {
-    static const std::map<std::string, KtSipMessage* (*)()> classes = {
-        {"ACK", &create<KtSipAckMessage>},         {"BYE", &create<KtSipByeMessage>},
-        {"CANCEL", &create<KtSipCancelMessage>},   {"INFO", &create<KtSipInfoMessage>},
-        {"INVITE", &create<KtSipInviteMessage>},   {"MESSAGE", &create<KtSipMessageMessage>},
-        {"NOTIFY", &create<KtSipNotifyMessage>},   {"OPTIONS", &create<KtSipOptionsMessage>},
-        {"PRACK", &create<KtSipPrackMessage>},     {"REFER", &create<KtSipReferMessage>},
-        {"REGISTER", &create<KtSipRegisterMessage>}, {"SUBSCRIBE", &create<KtSipSubscribeMessage>},
-        {"SIP", &create<KtSipResponse>},
-    };
-    const auto it = classes.find(token);
-    return it != classes.end() ? it->second() : new KtSipUnknownRequest();
+    for (const msgtest::MessageClass& c : msgtest::kMessageClasses)
+        if (token == c.token) return c.create();
+    return new KtSipUnknownRequest();
 }
 
 /// Parses `text` as sConstructFrom does, into a message that is kept when the validity
@@ -158,17 +121,11 @@ std::string className(const KtException& e) {
 
 std::string messageClass(const KtSipMessage& message) {
     const std::string name = typeid(message).name();  // mangled: digits, then the name
-    size_t i = 0;
-    while (i < name.size() && name[i] >= '0' && name[i] <= '9') ++i;
-    return name.substr(i);
+    return name.substr(name.find_first_not_of("0123456789"));
 }
 
 /// What the parser makes of one file, and whether its round trip holds.
-struct Result {
-    std::string outcome;
-    bool parsed = false;
-    std::string roundTripProblem;  ///< empty when the round trip is stable
-};
+struct Result { std::string outcome; bool parsed = false; std::string roundTripProblem /* empty when stable */; };
 
 Result run(const std::string& bytes) {
     Result result;

@@ -6,10 +6,11 @@
 #include "KtSipNameAddress.h"
 #include "KtSipParseError.h"
 #include "KtTelURL.h"
+#include "TestSupport.h"
 
 namespace {
 
-std::string rest(const KtInputStream& in) { return std::string(in.current(), in.end()); }
+using kttest::rest;
 
 std::string written(const KtHandle<KtSipNameAddress>& na) {
     KtByteArrayOutputStream out;
@@ -17,15 +18,8 @@ std::string written(const KtHandle<KtSipNameAddress>& na) {
     return std::string(out.data(), out.size());
 }
 
-struct Case {
-    const char* name;
-    const char* input;
-    const char* display;
-    bool angle;
-    const char* uri;
-    const char* output;
-    const char* rest;
-};
+// Input; display name, angle brackets, URI, text written, text left in the stream.
+struct Case { const char *name, *input, *display; bool angle; const char *uri, *output, *rest; };
 
 TEST(KtSipNameAddress, Parse) {
     const Case cases[] = {
@@ -49,14 +43,14 @@ TEST(KtSipNameAddress, Parse) {
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
         KtHandle<KtSipNameAddress> na;
-        KtByteArrayInputStream in(c.input, static_cast<unsigned>(std::strlen(c.input)));
+        KtByteArrayInputStream in = kttest::streamOf(c.input);
         in >> na;
         ASSERT_FALSE(na.isNil());
-        EXPECT_EQ(std::string(c.display), na->getDisplayName().c_str());
+        EXPECT_STREQ(c.display, na->getDisplayName().c_str());
         EXPECT_EQ(c.angle, na->getAngleBrackets());
-        EXPECT_EQ(std::string(c.uri), na->getURI()->getString().c_str());
-        EXPECT_EQ(std::string(c.output), written(na));
-        EXPECT_EQ(std::string(c.rest), rest(in));
+        EXPECT_STREQ(c.uri, na->getURI()->getString().c_str());
+        EXPECT_EQ(c.output, written(na));
+        EXPECT_EQ(c.rest, rest(in));
     }
 }
 
@@ -69,26 +63,15 @@ TEST(KtSipNameAddress, DisplayNameKeepsNulBytes) {
 }
 
 TEST(KtSipNameAddress, Errors) {
-    struct ErrorCase {
-        std::string input;
-        const char* message;
-    } cases[] = {
-        {"Bob\r\n<sip:a@b>", "URL not specified"},
-        {"\"Bob <sip:a@b>", "Invalid quote in KtSipNameAddress"},
+    struct ErrorCase { std::string input; const char* message; } cases[] = {
+        {"Bob\r\n<sip:a@b>", "URL not specified"}, {"\"Bob <sip:a@b>", "Invalid quote in KtSipNameAddress"},
         {std::string(1024, 'n') + "<sip:a@b>", "Invalid SIP Name Address"},
         {"\"" + std::string(1023, 'n') + "\"<sip:a@b>", "Invalid SIP Name Address"},
         {"<sip:a@b", "Sip URL wrong format"},
     };
-    for (const ErrorCase& c : cases) {
-        SCOPED_TRACE(c.input.substr(0, 40));
-        KtSipNameAddress na;
-        try {
-            na.parse(c.input.c_str());
-            FAIL() << "no exception";
-        } catch (const KtSipParseError& e) {
-            EXPECT_STREQ(c.message, e.getMessage());
-        }
-    }
+    for (const ErrorCase& c : cases)
+        EXPECT_EQ(c.message, kttest::thrown<KtSipParseError>([&] { KtSipNameAddress().parse(c.input.c_str()); }))
+            << c.input.substr(0, 40);
     // The display name read before a line end is kept as it was, untrimmed.
     KtSipNameAddress na;
     EXPECT_THROW(na.parse("Bob \r\n"), KtSipParseError);
