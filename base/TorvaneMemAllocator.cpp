@@ -14,7 +14,9 @@
 //
 // Counters live in the thread caches (written only by their owner, read by
 // anyone through relaxed atomics) and are folded into the pool when a thread
-// ends, so counting costs no shared cache-line traffic.
+// ends, so counting costs no shared cache-line traffic. The cache of an ended
+// thread, blocks and all, is adopted by the next thread that starts (see
+// ThreadCache), so two threads' blocks do not end up side by side in a line.
 //
 // Blocks of `allocate` carry a 16-byte prefix holding their requested size, so
 // `deallocate` needs no size. Pools and slabs are never returned to the system:
@@ -65,7 +67,9 @@ struct PoolRegistry {
     std::atomic<unsigned> count{0};
     PoolShared* shared[kMaxPools] = {};
     MemPool* pools[kMaxPools] = {};
-    ThreadCache* caches = nullptr;  // list of live thread caches, guarded by mutex
+    ThreadCache* caches = nullptr;   // list of live thread caches, guarded by mutex
+    ThreadCache* orphans = nullptr;  // caches of ended threads waiting for adoption (mutex)
+    unsigned orphanCount = 0;
 
     static PoolRegistry& get() {
         static PoolRegistry* registry = new PoolRegistry();  // never destroyed: outlives every static
@@ -90,42 +94,73 @@ struct PoolRegistry {
     }
 };
 
+// A thread's cache. When its thread ends, the cache keeps its blocks and waits, as an
+// orphan, for the next thread that starts allocating, which adopts it whole. Handing the
+// blocks back one by one to the shared lists instead would deal them out afterwards in
+// batches that interleave two threads' blocks within cache lines, and the threads would
+// then slow each other down writing to lines they share without sharing any object.
+// At most kMaxOrphans wait; the caches of further ending threads return their blocks to
+// the shared lists.
 struct ThreadCache : ThreadCacheData {
     using Bin = CacheBin;
+    static const unsigned kMaxOrphans = 8;
     ThreadCache* next = nullptr;
     ThreadCache* prev = nullptr;
 
-    ThreadCache() {
+    // A cache for the calling thread: an orphan when one waits, else a new one.
+    static ThreadCache* sAcquire() {
         PoolRegistry& r = PoolRegistry::get();
         std::lock_guard<std::mutex> lock(r.mutex);
-        next = r.caches;
-        if (next) next->prev = this;
-        r.caches = this;
+        ThreadCache* c = r.orphans;
+        if (c != nullptr) {
+            r.orphans = c->next;
+            --r.orphanCount;
+        } else {
+            c = new ThreadCache();
+        }
+        c->prev = nullptr;
+        c->next = r.caches;
+        if (c->next) c->next->prev = c;
+        r.caches = c;
+        return c;
     }
 
-    // Folds the counters into the pools and hands every cached block back.
-    ~ThreadCache() {
+    // Called when the owning thread ends: folds the counters into the pools, then keeps the
+    // blocks as an orphan or hands them back to the shared lists.
+    static void sRetire(ThreadCache* c) {
         PoolRegistry& r = PoolRegistry::get();
         std::lock_guard<std::mutex> lock(r.mutex);
         unsigned n = r.count.load(std::memory_order_relaxed);
+        const bool orphan = r.orphanCount < kMaxOrphans;
         for (unsigned p = 0; p < n; ++p) {
             PoolShared& s = *r.shared[p];
-            s.retiredObjects.fetch_add(counters[p].objects.load(std::memory_order_relaxed));
-            s.retiredBytes.fetch_add(counters[p].bytes.load(std::memory_order_relaxed));
-            s.retiredAllocations.fetch_add(counters[p].allocations.load(std::memory_order_relaxed));
+            CacheCounters& t = c->counters[p];
+            s.retiredObjects.fetch_add(t.objects.exchange(0, std::memory_order_relaxed));
+            s.retiredBytes.fetch_add(t.bytes.exchange(0, std::memory_order_relaxed));
+            s.retiredAllocations.fetch_add(t.allocations.exchange(0, std::memory_order_relaxed));
+            if (orphan) continue;
             std::lock_guard<std::mutex> poolLock(s.mutex);
-            for (unsigned c = 0; c < kClasses; ++c) {
-                while (FreeBlock* b = bins[p][c].head) {
-                    bins[p][c].head = b->next;
-                    b->next = s.lists[c];
-                    s.lists[c] = b;
-                    ++s.counts[c];
+            for (unsigned k = 0; k < kClasses; ++k) {
+                CacheBin& bin = c->bins[p][k];
+                while (FreeBlock* b = bin.head) {
+                    bin.head = b->next;
+                    b->next = s.lists[k];
+                    s.lists[k] = b;
+                    ++s.counts[k];
                 }
+                bin.count = 0;
             }
         }
-        if (prev) prev->next = next;
-        else r.caches = next;
-        if (next) next->prev = prev;
+        if (c->prev) c->prev->next = c->next;
+        else r.caches = c->next;
+        if (c->next) c->next->prev = c->prev;
+        if (orphan) {
+            c->next = r.orphans;
+            r.orphans = c;
+            ++r.orphanCount;
+        } else {
+            delete c;
+        }
     }
 };
 
@@ -140,7 +175,7 @@ struct CacheOwner {
     ~CacheOwner() {
         ThreadCache* c = static_cast<ThreadCache*>(tPoolCache);
         tPoolCache = kDeadCache;
-        if (c != nullptr && c != kDeadCache) delete c;
+        if (c != nullptr && c != kDeadCache) ThreadCache::sRetire(c);
     }
 };
 thread_local CacheOwner tOwner;
@@ -149,7 +184,7 @@ thread_local CacheOwner tOwner;
 [[maybe_unused]] ThreadCache* threadCacheSlow() {
     if (tPoolCache == kDeadCache) return nullptr;
     (void)&tOwner;  // touching it registers its destructor for this thread
-    ThreadCache* c = new ThreadCache();
+    ThreadCache* c = ThreadCache::sAcquire();
     tPoolCache = c;
     return c;
 }

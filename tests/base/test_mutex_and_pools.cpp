@@ -92,3 +92,40 @@ TEST(MemPool, ParallelAllocationStaysConsistent) {
     for (auto& th : threads) th.join();
     EXPECT_EQ(Torvane::MemPool::sStatsFor("KtParameters").liveObjects, before.liveObjects);
 }
+
+// A thread that starts after another ended takes over the ended thread's cached blocks as
+// they stand (its first block is the one the other thread freed last, and no slab is taken
+// from malloc); many threads ending at once keep the counters balanced, whether their
+// caches wait for adoption or return their blocks to the shared lists.
+TEST(MemPool, EndedThreadsCachesAreAdoptedWhole) {
+    Torvane::MemPool& pool = Torvane::MemPool::sGet("AdoptPool");
+    void* lastFreed = nullptr;
+    auto churn = [&pool, &lastFreed] {
+        std::vector<void*> blocks;
+        for (int i = 0; i < 200; ++i) blocks.push_back(pool.allocate(48));
+        for (void* b : blocks) pool.deallocate(b);
+        lastFreed = blocks.back();
+    };
+    std::thread(churn).join();
+    const Torvane::PoolStats warm = Torvane::MemPool::sStatsFor("AdoptPool");
+#if !defined(__SANITIZE_ADDRESS__)
+    void* first = nullptr;
+    std::thread([&] {
+        first = pool.allocate(48);
+        pool.deallocate(first);
+    }).join();
+    EXPECT_EQ(lastFreed, first);
+    EXPECT_EQ(warm.systemAllocations, Torvane::MemPool::sStatsFor("AdoptPool").systemAllocations);
+#endif
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 20; ++t)
+        threads.emplace_back([&pool] {
+            std::vector<void*> blocks;
+            for (int i = 0; i < 200; ++i) blocks.push_back(pool.allocate(48));
+            for (void* b : blocks) pool.deallocate(b);
+        });
+    for (auto& th : threads) th.join();
+    const Torvane::PoolStats after = Torvane::MemPool::sStatsFor("AdoptPool");
+    EXPECT_EQ(warm.liveObjects, after.liveObjects);
+    EXPECT_EQ(warm.liveBytes, after.liveBytes);
+}
