@@ -1,11 +1,13 @@
 #!/usr/bin/env bash
 # ThreadSanitizer stage.
 #
-# Builds the libraries and the message tests with -DKTSIP_TSAN=ON in a build directory of
+# Builds the libraries, the message tests and the base tests with -DKTSIP_TSAN=ON in a build directory of
 # its own (no tool, no install rules: only what the concurrency test needs) and runs the
 # concurrency test: threads parsing, serializing, cloning and keying independent messages,
 # and threads sharing one message (add, remove, look up, serialize under its mutex) and
-# its headers' parameter lists. Any data race or lock-order report fails the stage.
+# its headers' parameter lists; then the threaded tests of the base layer (reference counts,
+# immortal constants, pools and thread caches handed from ended threads to new ones).
+# Any data race or lock-order report fails the stage.
 #
 # Environment:
 #   BUILD_DIR          build directory (default: build-ci-tsan in the source tree)
@@ -35,18 +37,16 @@ cmake -S "$ROOT" -B "$BUILD_DIR" \
   -DKTSIP_INSTALL=OFF \
   -DCMAKE_GTEST_DISCOVER_TESTS_DISCOVERY_MODE=PRE_TEST
 
-echo "== ci-tsan: build test_sip_message"
-cmake --build "$BUILD_DIR" --target test_sip_message -j "$JOBS"
+echo "== ci-tsan: build test_sip_message and test_base"
+cmake --build "$BUILD_DIR" --target test_sip_message test_base -j "$JOBS"
 
-TEST=$BUILD_DIR/tests/test_sip_message
 export TSAN_OPTIONS="halt_on_error=1:second_deadlock_stack=1:report_signal_unsafe=0:exitcode=66"
-FILTER='Concurrency.*'
 
 # ThreadSanitizer needs the address-space layout it was built for; kernels with a large
 # mmap randomisation make it stop with "unexpected memory mapping". Then the test runs
 # again with randomisation turned off for that process only.
 run() {
-  local log=$1
+  local log=$1 TEST=$2 FILTER=$3
   set +e
   "$TEST" --gtest_filter="$FILTER" --gtest_repeat="$REPEAT" >"$log" 2>&1
   local rc=$?
@@ -61,11 +61,16 @@ run() {
 
 LOG=$(mktemp)
 trap 'rm -f "$LOG"' EXIT
-echo "== ci-tsan: $TEST --gtest_filter=$FILTER (x$REPEAT)"
-if ! run "$LOG" || grep -q "WARNING: ThreadSanitizer" "$LOG"; then
-  cat "$LOG"
-  echo "ci-tsan: FAILED" >&2
-  exit 1
-fi
-grep -E "^\[  (PASSED|FAILED) |tests? from .* ran" "$LOG" | tail -3
+# The threads of the message tests, and those of the object, string and pool tests.
+for target in "test_sip_message Concurrency.*" "test_base MemPool.*:KtMutex.*:KtObjectLifetime.*"; do
+  read -r name filter <<<"$target"
+  TEST=$BUILD_DIR/tests/$name
+  echo "== ci-tsan: $TEST --gtest_filter=$filter (x$REPEAT)"
+  if ! run "$LOG" "$TEST" "$filter" || grep -q "WARNING: ThreadSanitizer" "$LOG"; then
+    cat "$LOG"
+    echo "ci-tsan: FAILED" >&2
+    exit 1
+  fi
+  grep -E "^\[  (PASSED|FAILED) |tests? from .* ran" "$LOG" | tail -3
+done
 echo "ci-tsan: no data race reported"
