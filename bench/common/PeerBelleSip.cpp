@@ -68,10 +68,6 @@ private:
         if (bodyLength > 0) belle_sip_message_set_body(m, data + consumed, bodyLength);
         return m;
     }
-    bool refuse(const std::string& why) {
-        m_LastError = why;
-        return false;
-    }
     std::vector<char> m_Buffer;
 };
 

@@ -51,10 +51,6 @@ public:
     }
 
 private:
-    bool refuse(const std::string& why) {
-        m_LastError = why;
-        return false;
-    }
     KtByteArrayOutputStream m_Out;
 };
 

@@ -11,7 +11,7 @@
 namespace ktbench {
 namespace {
 
-class Osip2Peer : public Peer {
+class Osip2Peer : public TextPeer {
 public:
     Osip2Peer() {
         // parser_init builds oSIP's global tables; it must run once, before any parse.
@@ -30,21 +30,8 @@ public:
         return true;
     }
 
-    std::size_t parseSerialize(const char* data, std::size_t length) override {
-        std::size_t n = 0;
-        run(data, length, nullptr, &n);
-        return n;
-    }
-
-    std::string serialized(const char* data, std::size_t length) override {
-        std::string text;
-        std::size_t n = 0;
-        run(data, length, &text, &n);
-        return text;
-    }
-
 private:
-    void run(const char* data, std::size_t length, std::string* text, std::size_t* n) {
+    void run(const char* data, std::size_t length, std::string* text, std::size_t* n) override {
         osip_message_t* m = nullptr;
         if (osip_message_init(&m) != OSIP_SUCCESS) {
             refuse("osip_message_init failed");
@@ -68,10 +55,6 @@ private:
             refuse("osip_message_to_str returned " + std::to_string(rc));
         }
         osip_message_free(m);
-    }
-    bool refuse(const std::string& why) {
-        m_LastError = why;
-        return false;
     }
 };
 

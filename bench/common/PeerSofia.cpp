@@ -12,7 +12,7 @@
 namespace ktbench {
 namespace {
 
-class SofiaPeer : public Peer {
+class SofiaPeer : public TextPeer {
 public:
     const char* name() const override { return "sofia-sip"; }
     const char* version() const override { return KTSIP_BENCH_SOFIA_VERSION; }
@@ -26,21 +26,8 @@ public:
         return true;
     }
 
-    std::size_t parseSerialize(const char* data, std::size_t length) override {
-        std::size_t n = 0;
-        run(data, length, nullptr, &n);
-        return n;
-    }
-
-    std::string serialized(const char* data, std::size_t length) override {
-        std::string text;
-        std::size_t n = 0;
-        run(data, length, &text, &n);
-        return text;
-    }
-
 private:
-    void run(const char* data, std::size_t length, std::string* text, std::size_t* n) {
+    void run(const char* data, std::size_t length, std::string* text, std::size_t* n) override {
         msg_t* m = msg_make(sip_default_mclass(), 0, data, static_cast<ssize_t>(length));
         if (m == nullptr) {
             refuse("msg_make returned null");
@@ -60,10 +47,6 @@ private:
             refuse("msg_as_string returned null");
         }
         msg_destroy(m);
-    }
-    bool refuse(const std::string& why) {
-        m_LastError = why;
-        return false;
     }
 };
 

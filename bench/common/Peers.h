@@ -30,7 +30,33 @@ public:
     const std::string& lastError() const { return m_LastError; }
 
 protected:
+    /// Records why the message was refused; returns false.
+    bool refuse(const std::string& why) {
+        m_LastError = why;
+        return false;
+    }
     std::string m_LastError;
+};
+
+/// A peer whose parse + serialize is one routine, run with or without keeping the text.
+class TextPeer : public Peer {
+public:
+    std::size_t parseSerialize(const char* data, std::size_t length) override {
+        std::size_t n = 0;
+        run(data, length, nullptr, &n);
+        return n;
+    }
+    std::string serialized(const char* data, std::size_t length) override {
+        std::string text;
+        std::size_t n = 0;
+        run(data, length, &text, &n);
+        return text;
+    }
+
+protected:
+    /// Parses, writes and frees; sets `*n` to the length written (0 when refused) and, when
+    /// `text` is not null, stores the text there.
+    virtual void run(const char* data, std::size_t length, std::string* text, std::size_t* n) = 0;
 };
 
 /// Names of the libraries built into this binary, ktsip first.

@@ -292,14 +292,7 @@ void Uas::answerCancel(const KtHandle<KtSipRequest>& request, const Peer& peer) 
     Invite& invite = it->second;
     send(response(200, request, invite.tag), peer);
     if (invite.answered) return;
-    KtHandle<KtSipResponse> terminated = response(487, invite.request, invite.tag);
-    invite.final = serialized(*terminated);
-    invite.finalCode = 487;
-    invite.answered = true;
-    invite.request.clear();
-    invite.due = Clock::now() + INVITE_LINGER;
-    m_Lingering.emplace_back(invite.due, key);
-    sendBytes(invite.final, 487, invite.peer);
+    finishInvite(key, invite, *response(487, invite.request, invite.tag), 487);
 }
 
 void Uas::answerRegister(const KtHandle<KtSipRequest>& request, const Peer& peer) {
@@ -517,13 +510,19 @@ void Uas::ringOut(const std::string& key) {
     KtHandle<KtSipResponse> ok = response(200, invite.request, invite.tag, sdpAnswer(invite.request, invite.peer),
                                           "application/sdp");
     addHeaderLine(*ok, contactLine(invite.request, invite.peer));
-    invite.final = serialized(*ok);
-    invite.finalCode = 200;
+    finishInvite(key, invite, *ok, 200);
+}
+
+void Uas::finishInvite(const std::string& key, Invite& invite, const KtSipResponse& final, int code) {
+    // The final response is kept, to be sent again for a retransmitted INVITE, until the
+    // entry expires.
+    invite.final = serialized(final);
+    invite.finalCode = code;
     invite.answered = true;
     invite.request.clear();
     invite.due = Clock::now() + INVITE_LINGER;
     m_Lingering.emplace_back(invite.due, key);
-    sendBytes(invite.final, 200, invite.peer);
+    sendBytes(invite.final, code, invite.peer);
 }
 
 void Uas::expireLocked(Clock::time_point now) {

@@ -86,6 +86,9 @@ private:
     /// Serializes and sends `response`, counting it.
     void send(const KtHandle<KtSipResponse>& response, const Peer& peer);
     void sendBytes(const std::string& bytes, int code, const Peer& peer);
+    // Answers `invite` (under `key`) with its final response `code`, keeps the text for
+    // retransmissions and schedules the entry's expiry. Called with m_Mutex held.
+    void finishInvite(const std::string& key, Invite& invite, const KtSipResponse& final, int code);
     /// Adds the headers of `line` ("Name: value") to `message`.
     static void addHeaderLine(KtSipMessage& message, const std::string& line);
     /// The local address the peer reached (without brackets).
