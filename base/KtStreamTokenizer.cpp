@@ -89,8 +89,15 @@ KtString KtStreamTokenizer::sGetLine(KtInputStream& in) {
     KtString line("");
     KtStringBuffer* b = line.get();
     sDiscardWhite(in);
-    int c;
-    while ((c = in.read()) >= 0 && c != '\n') b->append(static_cast<char>(c));
+    // A window at a time up to the LF (consumed, not kept) or the end of the input.
+    for (;;) {
+        const char* p = in.current();
+        const char* end = in.end();
+        const char* nl = static_cast<const char*>(std::memchr(p, '\n', static_cast<std::size_t>(end - p)));
+        b->append(p, static_cast<unsigned>((nl ? nl : end) - p));
+        in.setCurrent(nl ? nl + 1 : end);
+        if (nl != nullptr || !in.fill()) break;
+    }
     if (b->length() > 0 && b->c_str()[b->length() - 1] == '\r') b->releaseBuffer(b->length() - 1);
     return line;
 }

@@ -65,23 +65,7 @@ TEST(KtParameters, CopiesAreIndependent) {
 
 namespace {
 
-// Hands out its text one byte per window, so that every pair crosses a window end and the
-// list reads it through the general byte reader.
-class TricklingStream : public KtInputStream {
-public:
-    explicit TricklingStream(std::string text) : m_Text(std::move(text)) { setWindow(m_Text.data(), m_Text.data()); }
-
-protected:
-    bool refill() override {
-        const char* next = m_pEnd;
-        if (next >= m_Text.data() + m_Text.size()) return false;
-        setWindow(next, next + 1);
-        return true;
-    }
-
-private:
-    std::string m_Text;
-};
+using kttest::TricklingStream;
 
 std::string rest(KtInputStream& in) {
     std::string s;

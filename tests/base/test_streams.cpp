@@ -75,8 +75,20 @@ TEST(KtStreamTokenizer, LinesSkipLeadingBlanksAndDropTheLineEnd) {
         EXPECT_STREQ(buf, r.line);
         EXPECT_EQ(in.peek(), r.next);
     }
-    KtByteArrayInputStream in = streamOf("\t line two \r\nrest");
-    EXPECT_STREQ(KtStreamTokenizer::sGetLine(in).c_str(), "line two ");
+    // The string form, from one window and from a stream that refills on every byte.
+    const struct { const char* input; const char* line; int next; } lines[] = {
+        {"\t line two \r\nrest", "line two ", 'r'}, {"bare LF\nX", "bare LF", 'X'},
+        {"to the end\r", "to the end", -1}, {"a\rb\r\n", "a\rb", -1}, {"\r\n", "", -1},
+    };
+    for (const auto& r : lines) {
+        SCOPED_TRACE(r.input);
+        KtByteArrayInputStream whole = streamOf(r.input);
+        kttest::TricklingStream slow(r.input);
+        EXPECT_EQ(std::string(r.line), KtStreamTokenizer::sGetLine(whole).c_str());
+        EXPECT_EQ(std::string(r.line), KtStreamTokenizer::sGetLine(slow).c_str());
+        EXPECT_EQ(r.next, whole.peek());
+        EXPECT_EQ(r.next, slow.peek());
+    }
 }
 
 TEST(KtStreamTokenizer, UnsignedNumbers) {

@@ -5,6 +5,7 @@
 
 #include <cstring>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "KtErrorStream.h"
@@ -52,6 +53,24 @@ KtByteArrayInputStream streamOf(std::string&&) = delete;  // would outlive its t
 
 /// The bytes of `in` not read yet.
 inline std::string rest(const KtInputStream& in) { return std::string(in.current(), in.end()); }
+
+/// Hands out its text one byte per window, so that every reader crosses window ends and
+/// refills on every byte.
+class TricklingStream : public KtInputStream {
+public:
+    explicit TricklingStream(std::string text) : m_Text(std::move(text)) { setWindow(m_Text.data(), m_Text.data()); }
+
+protected:
+    bool refill() override {
+        const char* next = m_pEnd;
+        if (next >= m_Text.data() + m_Text.size()) return false;
+        setWindow(next, next + 1);
+        return true;
+    }
+
+private:
+    std::string m_Text;
+};
 
 /// Collects the lines written to the error stream while it lives.
 class ErrorCapture {
