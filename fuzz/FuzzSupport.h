@@ -1,4 +1,5 @@
-// Helpers shared by the fuzz targets: a quiet error stream, byte-exact output of the
+// Helpers shared by the fuzz targets (include in the target's one source file): a quiet
+// error stream set up by the shared LLVMFuzzerInitialize, byte-exact output of the
 // library's objects, and a check that stops the run with a readable report.
 #ifndef KTSIP_FUZZ_SUPPORT_H
 #define KTSIP_FUZZ_SUPPORT_H
@@ -55,5 +56,12 @@ inline void expectSame(const char* what, const std::string& expected, const std:
 }
 
 }  // namespace fuzz
+
+// Every target silences the error stream before its first input. Each target is one source
+// file that includes this header once, so the definition stands here for all of them.
+extern "C" int LLVMFuzzerInitialize(int*, char***) {
+    fuzz::silenceErrorStream();
+    return 0;
+}
 
 #endif

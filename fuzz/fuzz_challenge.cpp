@@ -24,11 +24,6 @@ std::string text(const KtSipDigestChallengeInfo& challenge) {
 
 }  // namespace
 
-extern "C" int LLVMFuzzerInitialize(int*, char***) {
-    fuzz::silenceErrorStream();
-    return 0;
-}
-
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     KtHandle<KtSipDigestChallengeInfo> challenge = parse(data, size);
     if (challenge.isNil()) return 0;

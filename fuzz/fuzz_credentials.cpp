@@ -30,11 +30,6 @@ bool text(const KtSipDigestCredentialsInfo& credentials, std::string& out) {
 
 }  // namespace
 
-extern "C" int LLVMFuzzerInitialize(int*, char***) {
-    fuzz::silenceErrorStream();
-    return 0;
-}
-
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     KtHandle<KtSipDigestCredentialsInfo> credentials = parse(data, size);
     if (credentials.isNil()) return 0;

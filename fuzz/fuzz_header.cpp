@@ -20,11 +20,6 @@ std::string valueText(const KtSipHeader& header) {
 
 }  // namespace
 
-extern "C" int LLVMFuzzerInitialize(int*, char***) {
-    fuzz::silenceErrorStream();
-    return 0;
-}
-
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     KtByteArrayInputStream in(reinterpret_cast<const char*>(data), static_cast<unsigned>(size));
     KtHandle<KtSipHeader> header;

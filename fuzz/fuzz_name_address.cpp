@@ -25,11 +25,6 @@ std::string text(const KtSipNameAddress& address) {
 
 }  // namespace
 
-extern "C" int LLVMFuzzerInitialize(int*, char***) {
-    fuzz::silenceErrorStream();
-    return 0;
-}
-
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     KtHandle<KtSipNameAddress> address = parse(reinterpret_cast<const char*>(data), size);
     if (address.isNil()) return 0;
