@@ -116,13 +116,61 @@ std::vector<const char*> KtSipHeader::sRegisteredNames() {
 
 namespace {
 
-// The header object for `token`: the registered class, or an unknown header keeping the
-// name. `registered` tells which.
+// The header object for the `length` bytes at `token` (no NUL among them): the registered
+// class, or an unknown header keeping the name. `registered` tells which.
+KtSipHeader* construct(const char* token, unsigned length, bool& registered) {
+    Constructor constructor = gRegistry != nullptr ? gRegistry->find(token, length) : nullptr;
+    registered = constructor != nullptr;
+    if (registered) return constructor();
+    char name[KtSipHeader::NAME_BUFFER_SIZE];
+    if (length >= sizeof name) length = sizeof name - 1;  // callers pass peeked names, shorter
+    std::memcpy(name, token, length);
+    name[length] = '\0';
+    return new KtSipUnknownHeader(name);
+}
+
 KtSipHeader* construct(const char* token, bool& registered) {
     if (token == nullptr) token = "";
-    Constructor constructor = gRegistry != nullptr ? gRegistry->find(token) : nullptr;
+    const unsigned length = static_cast<unsigned>(std::strlen(token));
+    if (length < KtSipHeader::NAME_BUFFER_SIZE) return construct(token, length, registered);
+    Constructor constructor = gRegistry != nullptr ? gRegistry->find(token, length) : nullptr;
     registered = constructor != nullptr;
     return registered ? constructor() : new KtSipUnknownHeader(token);
+}
+
+// The usual header line, read where it stands in the stream's window: `line` up to its CR LF
+// is whole in the window, holds no other CR and is not folded, and its name (the bytes before
+// the first colon, at most NAME_BUFFER_SIZE - 1 of them) starts with no blank and holds no
+// NUL. For such a line the peek, the lookup and the line collection of the general path
+// all see the same name and text, so one scan serves them.
+struct PlainLine {
+    const char* text = nullptr;  // the line
+    unsigned length = 0;         // up to, not including, its CR LF
+    const char* colon = nullptr;
+    unsigned nameLength = 0;     // the name before the colon, trailing blanks stripped
+};
+
+inline bool findPlainLine(const KtInputStream& in, unsigned textMax, PlainLine& line) {
+    const char* p = in.current();
+    const char* end = in.end();
+    if (p >= end || *p == ' ' || *p == '\t') return false;
+    const char* nl = static_cast<const char*>(std::memchr(p, '\n', static_cast<std::size_t>(end - p)));
+    if (nl == nullptr || nl == p || nl[-1] != '\r' || nl + 1 >= end || nl[1] == ' ' || nl[1] == '\t') return false;
+    const unsigned length = static_cast<unsigned>(nl - 1 - p);
+    if (length > textMax) return false;
+    const char* nameEnd = p + (length < KtSipHeader::NAME_BUFFER_SIZE - 1 ? length : KtSipHeader::NAME_BUFFER_SIZE - 1);
+    const char* q = p;
+    while (q < nameEnd && *q != ':' && *q != '\r' && *q != '\0') ++q;
+    if (q == nameEnd || *q != ':') return false;
+    if (std::memchr(q, '\r', static_cast<std::size_t>(nl - 1 - q)) != nullptr) return false;
+    unsigned n = static_cast<unsigned>(q - p);
+    while (n > 0 && isBlankOrEol(p[n - 1])) --n;
+    if (n == 0) return false;
+    line.text = p;
+    line.length = length;
+    line.colon = q;
+    line.nameLength = n;
+    return true;
 }
 
 }  // namespace
@@ -137,6 +185,17 @@ KtHandle<KtSipHeader> KtSipHeader::sConstructFrom(KtInputStream& in) {
     TORVANE_TRACE_SCOPE(fileLogger(), "KtSipHeader::sConstructFrom");
     // The name is peeked up to the colon. The peek also stops at a line end, so that a line
     // without a colon does not borrow the name of the next line.
+    PlainLine plain;
+    if (findPlainLine(in, LINE_BUFFER_SIZE - 2, plain)) {
+        bool registered;
+        KtHandle<KtSipHeader> header(construct(plain.text, plain.nameLength, registered));
+        in.setCurrent(plain.text + plain.length + 2);
+        TORVANE_TRACE_SCOPE(fileLogger(), "KtSipHeader::parse");
+        // The name starts with no blank and holds no CR: the trimmed name of the line is the
+        // peeked one, so an unknown name cannot turn out registered here.
+        header->parseLine(plain.text, plain.length, plain.colon);
+        return header;
+    }
     static const KtDelimiterSet nameEnd(":\r\n");
     char name[NAME_BUFFER_SIZE];
     int n = KtStreamTokenizer::sPeekToken(in, nameEnd, name, NAME_BUFFER_SIZE);
@@ -220,11 +279,11 @@ void KtSipHeader::parse(KtInputStream& in) {
     parseLine(line, n);
 }
 
-void KtSipHeader::parseLine(const char* line, unsigned n) {
+void KtSipHeader::parseLine(const char* line, unsigned n, const char* colon) {
     // The name, trimmed, as received. When it equals the current token (a class's own name),
     // the token keeps sharing that string; otherwise it becomes a string of its own, so the
     // class's static token is never changed.
-    const char* colon = static_cast<const char*>(std::memchr(line, ':', n));
+    if (colon == nullptr) colon = static_cast<const char*>(std::memchr(line, ':', n));
     if (colon == nullptr) KtSipParseError::sThrow("Header colon expected");
     const char* nb = line;
     const char* ne = colon;

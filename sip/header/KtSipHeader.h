@@ -165,8 +165,9 @@ protected:
     HeaderID m_HeaderID;
 
 private:
-    // Parses a collected line of `n` bytes (no CR, no LF) that is followed by CR LF in memory.
-    void parseLine(const char* line, unsigned n);
+    // Parses a collected line of `n` bytes (no CR, no LF) that is followed by CR LF in memory;
+    // `colon`, when known, is the line's first colon.
+    void parseLine(const char* line, unsigned n, const char* colon = nullptr);
 };
 
 /// The factory registered for a header class.

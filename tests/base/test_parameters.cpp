@@ -66,12 +66,7 @@ TEST(KtParameters, CopiesAreIndependent) {
 namespace {
 
 using kttest::TricklingStream;
-
-std::string rest(KtInputStream& in) {
-    std::string s;
-    for (int c = in.read(); c >= 0; c = in.read()) s.push_back(static_cast<char>(c));
-    return s;
-}
+using kttest::drain;
 
 }  // namespace
 
@@ -97,7 +92,7 @@ TEST(KtParameters, WindowedAndWholeInputReadAlike) {
             EXPECT_EQ(std::string(whole->getName(i).c_str()), std::string(trickled->getName(i).c_str()));
             EXPECT_EQ(whole->getValueAt(i).isNil(), trickled->getValueAt(i).isNil());
         }
-        EXPECT_EQ(rest(in), rest(slow));
+        EXPECT_EQ(drain(in), drain(slow));
     }
 }
 

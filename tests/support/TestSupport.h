@@ -54,6 +54,13 @@ KtByteArrayInputStream streamOf(std::string&&) = delete;  // would outlive its t
 /// The bytes of `in` not read yet.
 inline std::string rest(const KtInputStream& in) { return std::string(in.current(), in.end()); }
 
+/// Reads `in` to its end (across refills) and returns what it read.
+inline std::string drain(KtInputStream& in) {
+    std::string s;
+    for (int c = in.read(); c >= 0; c = in.read()) s.push_back(static_cast<char>(c));
+    return s;
+}
+
 /// Hands out its text one byte per window, so that every reader crosses window ends and
 /// refills on every byte.
 class TricklingStream : public KtInputStream {

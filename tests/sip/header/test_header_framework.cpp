@@ -195,3 +195,35 @@ TEST(HeaderRegressions, NamesHidingARegisteredNameAreRefused) {
             << "the line is consumed and the next one read";
     }
 }
+
+// A line lying whole in the stream's window is read where it stands; a stream that hands out
+// one byte per window takes the general path. Both must give the same header (class, name as
+// received, value) or the same error, and leave the stream at the same place.
+TEST(HeaderLine, InPlaceAndByteByByteReadingAgree) {
+    const std::string longName(47, 'N'), longerName(48, 'N');
+    const std::string lines[] = {
+        "Via: SIP/2.0/UDP h.example;branch=z9hG4bK1\r\n", "v : SIP/2.0/TCP h\r\n", "CALL-ID: abc@h\r\n",
+        "Allow: INVITE, ACK,BYE\r\n", "Content-Type: application/sdp\r\n", "CSeq: 7 INVITE\r\n",
+        "From: \"A\" <sip:a@b>;tag=1\r\n", "X-Kt-Test: one, two\r\n", "X-Unknown: a, b\r\n",
+        longName + ": v\r\n", longerName + ": v\r\n", "Vi\ra: x\r\n", " Via: SIP/2.0/UDP h\r\n",
+        std::string("X-N\0l: v\r\n", 10), std::string("Via\0: SIP/2.0/UDP h\r\n", 21), "Subject: a\r\n\tb\r\n",
+        ": value\r\n", "no colon here\r\n", "Max-Forwards: x\r\n", "Max-Forwards : 70\r\n", "y:\r\n",
+        "Supported: 100rel\r\n",
+    };
+    auto outcome = [](KtInputStream& in) {
+        std::string result;
+        try {
+            KtHandle<KtSipHeader> h = KtSipHeader::sConstructFrom(in);
+            result = std::to_string(h->getHeaderID()) + " " + written(*h);
+        } catch (const KtException& e) {
+            result = std::string("error ") + e.getMessage();
+        }
+        return result + " | " + kttest::drain(in);
+    };
+    for (const std::string& line : lines) {
+        const std::string text = line + "Next: 1\r\n";
+        KtByteArrayInputStream whole = kttest::streamOf(text);
+        kttest::TricklingStream trickle(text);
+        EXPECT_EQ(outcome(whole), outcome(trickle)) << line;
+    }
+}
