@@ -278,15 +278,14 @@ MemPool& MemPool::sGet(const char* tag) { return PoolRegistry::get().find(tag ? 
 
 // Every block comes from malloc so that AddressSanitizer sees each object; counters are kept.
 // No thread cache is ever made, so the inline fast paths always land here.
-void* MemPool::allocateSlow(std::size_t size, unsigned, bool prefixed) {
+void* MemPool::allocateSlow(std::size_t size, unsigned cls, bool prefixed) {
     PoolShared& s = *static_cast<PoolShared*>(m_pShared);
     char* block = static_cast<char*>(std::malloc(prefixed ? size + kPrefix : (size == 0 ? 1 : size)));
     if (!block) throw std::bad_alloc();
     s.systemAllocations.fetch_add(1, std::memory_order_relaxed);
     countIn(nullptr, s, m_Index, 1, static_cast<long long>(size));
     if (!prefixed) return block;
-    *reinterpret_cast<std::size_t*>(block) = size;
-    return block + kPrefix;
+    return writePrefix(block, size, cls);
 }
 
 void MemPool::deallocateSlow(void* block, std::size_t size, unsigned) noexcept {
@@ -320,8 +319,7 @@ void* MemPool::allocateSlow(std::size_t size, unsigned cls, bool prefixed) {
     }
     countIn(c, s, m_Index, 1, static_cast<long long>(size));
     if (!prefixed) return block;
-    *static_cast<std::size_t*>(block) = size;
-    return static_cast<char*>(block) + kPrefix;
+    return writePrefix(block, size, cls);
 }
 
 void MemPool::deallocateSlow(void* block, std::size_t size, unsigned cls) noexcept {

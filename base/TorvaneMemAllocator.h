@@ -125,10 +125,7 @@ public:
     void* allocate(std::size_t size) {
         using namespace pooldetail;
         const unsigned cls = classOf(size + kPrefix);
-        if (FreeBlock* b = popFast(m_Index, cls, size)) {
-            *reinterpret_cast<std::size_t*>(b) = size;
-            return reinterpret_cast<char*>(b) + kPrefix;
-        }
+        if (FreeBlock* b = popFast(m_Index, cls, size)) return writePrefix(b, size, cls);
         return allocateSlow(size, cls, true);
     }
     /// Returns a block obtained from allocate.
@@ -137,7 +134,7 @@ public:
         if (p == nullptr) return;
         char* block = static_cast<char*>(p) - kPrefix;
         const std::size_t size = *reinterpret_cast<std::size_t*>(block);
-        const unsigned cls = classOf(size + kPrefix);
+        const unsigned cls = *reinterpret_cast<unsigned*>(block + sizeof(std::size_t));
         if (!pushFast(m_Index, cls, block, size)) deallocateSlow(block, size, cls);
     }
     /// Allocates `size` bytes; the caller passes the same size back to deallocateSized.
@@ -164,6 +161,14 @@ public:
     MemPool& operator=(const MemPool&) = delete;
 
 private:
+    // The prefix of a block of allocate(): the requested size, then the size class, so that
+    // deallocate reads both instead of computing the class again.
+    static void* writePrefix(void* block, std::size_t size, unsigned cls) noexcept {
+        char* b = static_cast<char*>(block);
+        *reinterpret_cast<std::size_t*>(b) = size;
+        *reinterpret_cast<unsigned*>(b + sizeof(std::size_t)) = cls;
+        return b + pooldetail::kPrefix;
+    }
     MemPool(const char* tag, unsigned index, void* shared);
     void* allocateSlow(std::size_t size, unsigned sizeClass, bool prefixed);
     void deallocateSlow(void* block, std::size_t size, unsigned sizeClass) noexcept;

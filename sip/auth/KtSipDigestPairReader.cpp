@@ -46,7 +46,7 @@ void KtSipDigestPairReader::sRead(KtInputStream& in, KtParameters& pairs, NameCa
         if (haveName && nameLength > 0) {
             if (last && nameCase == LowerCaseLastName) lowerCase(name, nameLength);
             buffer[write] = '\0';
-            pairs.setValue(name, buffer + segment);
+            pairs.setValueUnshared(name, buffer + segment);
             TORVANE_DEBUG(fileLogger(), "pair " << name << " = \"" << (buffer + segment) << "\"");
         }
         haveName = false;

@@ -246,7 +246,7 @@ void KtSipViaHeader::doParse(KtInputStream& in) {
     if (m_parameters.isNil())
         m_parameters = new KtParameters(';');
     else
-        m_parameters->clear();
+        m_parameters->clearUnshared();
     // Port, comment and parameters in any order; each step consumes at least one byte.
     for (;;) {
         KtStreamTokenizer::sDiscardWhite(in);

@@ -291,6 +291,9 @@ void KtSipRequest::stripSipURLHeaders() {
     if (m_URI.isNil() || !m_URI->isSipURL()) return;
     KtSipURL* url = ktCast<KtSipURL>(m_URI.get());
     if (url == nullptr || url->getHeaders().isNil()) return;
+    // The usual request URI has no headers: that is told without the list's mutex (which a
+    // list held by its URL alone does not need).
+    if (url->getHeaders()->sizeUnshared() == 0) return;
     const KtHandle<KtParameters> headers = url->getHeaders();
     const unsigned count = headers->size();
     for (unsigned i = 0; i < count; ++i) {
