@@ -18,8 +18,7 @@ void KtSipCSeqHeader::doParse(KtInputStream& in) {
     TORVANE_TRACE_SCOPE(fileLogger(), "KtSipCSeqHeader::doParse");
     unsigned number = 0;
     if (!KtStreamTokenizer::sGetUnsigned(in, number)) KtSipParseError::sThrow("Invalid CSeq header");
-    KtString method;
-    method.mutableBuffer()->parse(in, KtSipTokenHeader::sMethodSeparators());
+    const KtString method = KtSipTokenHeader::sCommonWords().parse(in, KtSipTokenHeader::sMethodSeparators(), false);
     if (method.empty()) KtSipParseError::sThrow("Invalid CSeq header");
     m_Number = number;
     m_Method = KtConstString(method);

@@ -3,6 +3,7 @@
 
 #include <cstring>
 
+#include "KtSipTokenHeader.h"
 #include "KtStreamTokenizer.h"
 
 TORVANE_FILE_LOGGER("calvoran.kt.KtSipMediaTypeHeader")
@@ -36,13 +37,12 @@ void KtSipMediaTypeHeader::setParameters(const KtHandle<KtParameters>& parameter
 
 void KtSipMediaTypeHeader::doParse(KtInputStream& in) {
     TORVANE_TRACE_SCOPE(fileLogger(), "KtSipMediaTypeHeader::doParse");
-    KtString type;
-    type.mutableBuffer()->parse(in, typeDelimiters());
-    type.trim();
+    const KtStringTable& words = KtSipTokenHeader::sCommonWords();
+    const KtString type = words.parse(in, typeDelimiters(), true);
     KtString subtype;
     if (in.peek() == '/') {
         in.read();
-        subtype.mutableBuffer()->parse(in, KtSipHeader::sDelimeterSet());
+        subtype = words.parse(in, KtSipHeader::sDelimeterSet(), false);
     }
     if (type.empty() || subtype.empty()) KtSipParseError::sThrow("Invalid Accept header");
     m_type = KtConstString(type);

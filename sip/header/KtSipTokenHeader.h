@@ -6,6 +6,7 @@
 
 #include "KtParameters.h"
 #include "KtSipHeader.h"
+#include "KtStringTable.h"
 
 /// How one token header reads its value: the bytes at which the value ends, whether
 /// it is trimmed, the error for an empty value, and whether a ";" list of parameters
@@ -56,6 +57,10 @@ public:
     static const KtDelimiterSet& sMethodSeparators();
     /// Space, tab, CR, LF.
     static const KtDelimiterSet& sWhiteSeparators();
+    /// The words that recur in header values (methods, option tags, media types, event
+    /// packages, encodings): the value readers share these constants instead of allocating
+    /// a string for each.
+    static const KtStringTable& sCommonWords();
     /// Skips spaces and tabs, then reads up to the first byte of `stops` into `buffer`
     /// (NUL-terminated). Returns the length, or -1 when the text does not fit in
     /// `size - 1` bytes (the whole over-long text is consumed). `size` is at least 1.

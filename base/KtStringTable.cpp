@@ -1,0 +1,85 @@
+// KtStringTable: immortal constants for common words.
+#include "KtStringTable.h"
+
+#include <cstring>
+
+#include "KtInputStream.h"
+
+namespace {
+inline bool isWhite(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }
+}  // namespace
+
+unsigned KtStringTable::key(const char* text, unsigned length) noexcept {
+    if (length == 0) return 0;
+    const unsigned char* p = reinterpret_cast<const unsigned char*>(text);
+    return length * 131u + p[0] * 31u + p[length - 1] * 7u + p[length / 2];
+}
+
+KtStringTable::KtStringTable(std::initializer_list<const char*> words) {
+    m_Words.reserve(words.size());
+    unsigned slots = 16;
+    while (slots < 2 * words.size()) slots *= 2;
+    m_Slots.resize(slots);
+    for (const char* w : words) {
+        if (w == nullptr) continue;
+        bool known = false;
+        for (const KtString& kept : m_Words) known = known || kept == w;
+        if (!known) m_Words.push_back(KtString::sStatic(w));
+    }
+    // The slots point into m_Words, which no longer grows.
+    for (const KtString& w : m_Words) {
+        unsigned i = key(w.c_str(), w.length()) & (slots - 1);
+        while (m_Slots[i].word != nullptr) i = (i + 1) & (slots - 1);
+        m_Slots[i].word = &w;
+    }
+}
+
+const KtString* KtStringTable::find(const char* text, unsigned length) const noexcept {
+    if (m_Words.empty() || length == 0) return nullptr;
+    const unsigned mask = static_cast<unsigned>(m_Slots.size()) - 1;
+    for (unsigned i = key(text, length) & mask;; i = (i + 1) & mask) {
+        const KtString* w = m_Slots[i].word;
+        if (w == nullptr) break;
+        if (w->length() == length && std::memcmp(w->c_str(), text, length) == 0) return w;
+    }
+    return nullptr;
+}
+
+KtString KtStringTable::make(const char* text, unsigned length) const {
+    if (const KtString* w = find(text, length)) return *w;
+    return KtString(text, length);
+}
+
+KtString KtStringTable::parse(KtInputStream& in, const KtDelimiterSet& delimiters, bool trim) const {
+    int c;
+    while ((c = in.peek()) == ' ' || c == '\t') in.advance(1);
+    if (c < 0) return KtString();
+    const char* start = in.current();
+    const char* end = in.end();
+    const char* p = start;
+    while (p < end && !delimiters.contains(static_cast<unsigned char>(*p))) ++p;
+    if (p < end) {
+        // The usual case: the word and its delimiter lie in the window; it is read in place.
+        in.setCurrent(p);
+        if (trim) {
+            while (start < p && isWhite(*start)) ++start;
+            while (p > start && isWhite(p[-1])) --p;
+        }
+        return make(start, static_cast<unsigned>(p - start));
+    }
+    // The word runs to the end of the window: collected across refills.
+    KtString word("");
+    KtStringBuffer* buffer = word.mutableBuffer();
+    for (;;) {
+        buffer->append(start, static_cast<unsigned>(p - start));
+        in.setCurrent(p);
+        if (p < end || !in.fill()) break;
+        start = in.current();
+        end = in.end();
+        p = start;
+        while (p < end && !delimiters.contains(static_cast<unsigned char>(*p))) ++p;
+    }
+    if (trim) buffer->trim();
+    if (const KtString* w = find(buffer->c_str(), buffer->length())) return *w;
+    return word;
+}

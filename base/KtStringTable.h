@@ -1,0 +1,48 @@
+// A fixed table of immortal strings, looked up by their bytes.
+#ifndef KTSIP_KT_STRING_TABLE_H
+#define KTSIP_KT_STRING_TABLE_H
+
+#include <initializer_list>
+#include <vector>
+
+#include "KtString.h"
+
+class KtInputStream;
+
+/// A fixed set of common words as immortal strings (KtString::sStatic). A parser that reads a
+/// word the table holds shares the constant instead of allocating a string of its own; the
+/// result is the same text, and a holder that changes it gets its own copy (copy on write).
+/// The table is filled by its constructor and only read afterwards, so any number of threads
+/// may use it at once; make it a static of storage duration that outlives its users.
+class KtStringTable {
+public:
+    /// A table of `words` (NUL-terminated; duplicates are kept once).
+    explicit KtStringTable(std::initializer_list<const char*> words);
+    KtStringTable(const KtStringTable&) = delete;
+    KtStringTable& operator=(const KtStringTable&) = delete;
+
+    /// The table's constant whose bytes equal the `length` bytes at `text` (case counts), or
+    /// nullptr.
+    const KtString* find(const char* text, unsigned length) const noexcept;
+    /// The `length` bytes at `text` as a string: the table's constant when it holds them,
+    /// otherwise a new string.
+    KtString make(const char* text, unsigned length) const;
+    /// Reads as KtStringBuffer::parse(in, delimiters) does (spaces and tabs in front skipped,
+    /// then the bytes up to the first delimiter or the end of the input, the delimiter left
+    /// in the stream), removes white space around the text when `trim` is true, and returns
+    /// it through make(). Returns a nil string when no byte remains.
+    KtString parse(KtInputStream& in, const KtDelimiterSet& delimiters, bool trim) const;
+
+    /// Number of words held.
+    unsigned size() const noexcept { return static_cast<unsigned>(m_Words.size()); }
+
+private:
+    struct Slot {
+        const KtString* word = nullptr;
+    };
+    static unsigned key(const char* text, unsigned length) noexcept;
+    std::vector<KtString> m_Words;
+    std::vector<Slot> m_Slots;  // open addressing, a power of two at least twice the words
+};
+
+#endif
