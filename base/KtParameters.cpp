@@ -322,7 +322,7 @@ bool KtParameters::removeValueUnshared(const char* name) {
 }
 
 unsigned KtParameters::sizeUnshared() const {
-    return unshared([&] { return m_Size; });
+    return m_Size;  // an atomic read, as in size()
 }
 
 void KtParameters::parse(const char* text) {
@@ -346,6 +346,14 @@ void KtParameters::serializeUnlocked(KtOutputStream& out) const {
 
 void KtParameters::serialize(KtOutputStream& out) const {
     KtMutexGuard lock(mutex());
+    serializeUnlocked(out);
+}
+
+void KtParameters::serializeWithLead(KtOutputStream& out, char lead) const {
+    if (m_Size == 0) return;  // told without the mutex (see size())
+    KtMutexGuard lock(mutex());
+    if (m_Size == 0) return;
+    out.put(lead);
     serializeUnlocked(out);
 }
 
@@ -387,7 +395,7 @@ void KtParameters::clear() {
 }
 
 unsigned KtParameters::size() const {
-    KtMutexGuard lock(mutex());
+    // One atomic read: the count at some instant between the calls of other threads.
     return m_Size;
 }
 

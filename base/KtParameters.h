@@ -45,6 +45,9 @@ public:
     /// Writes the pairs joined by the separator (name, or name=value), nothing when empty.
     /// The caller writes the separator that introduces the list.
     void serialize(KtOutputStream& out) const;
+    /// When the list holds pairs, writes `lead` and then what serialize writes, under one
+    /// lock; writes nothing for an empty list. For the writers of "value;params" forms.
+    void serializeWithLead(KtOutputStream& out, char lead) const;
     /// The text serialize writes.
     KtString getString() const;
 
@@ -88,6 +91,29 @@ private:
     static constexpr unsigned kInlinePairs = 4;
     static constexpr unsigned kInlineText = 96;
 
+    // The number of pairs. It changes only under the mutex (or in an unshared list), but is
+    // read atomically so that size() and the empty test of the writers need no lock (and an
+    // empty list read that way never creates its mutex). Writers load and store; no locked
+    // instruction is needed as they are serialised by the mutex.
+    class Count {
+    public:
+        explicit Count(unsigned n) noexcept : m_N(n) {}
+        operator unsigned() const noexcept { return m_N.load(std::memory_order_relaxed); }
+        Count& operator=(unsigned n) noexcept {
+            m_N.store(n, std::memory_order_relaxed);
+            return *this;
+        }
+        unsigned operator++(int) noexcept {
+            const unsigned n = *this;
+            *this = n + 1;
+            return n;
+        }
+        Count& operator--() noexcept { return *this = *this - 1; }
+
+    private:
+        std::atomic<unsigned> m_N;
+    };
+
     // The list's mutex, created on first locked use (most parsed lists are only read by the
     // thread that parsed them, so many never need one).
     KtMutex& mutex() const {
@@ -124,7 +150,7 @@ private:
 
     mutable std::atomic<KtMutex*> m_pMutex;
     Pair* m_pPairs;
-    unsigned m_Size;
+    Count m_Size;
     unsigned m_Capacity;
     char* m_pText;
     unsigned m_TextSize;      // bytes in use, dead ones included

@@ -41,8 +41,5 @@ void KtSipContentDispositionHeader::doParse(KtInputStream& in) {
 void KtSipContentDispositionHeader::doSerialize(KtOutputStream& out) const {
     TORVANE_TRACE_SCOPE(fileLogger(), "KtSipContentDispositionHeader::doSerialize");
     out << m_type;
-    if (!m_parameters->empty()) {
-        out << ';';
-        m_parameters->serialize(out);
-    }
+    m_parameters->serializeWithLead(out, ';');
 }

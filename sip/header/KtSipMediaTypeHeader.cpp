@@ -60,10 +60,7 @@ void KtSipMediaTypeHeader::doParse(KtInputStream& in) {
 void KtSipMediaTypeHeader::doSerialize(KtOutputStream& out) const {
     TORVANE_TRACE_SCOPE(fileLogger(), "KtSipMediaTypeHeader::doSerialize");
     out << m_type << '/' << m_subtype;
-    if (!m_parameters->empty()) {
-        out << ';';
-        m_parameters->serialize(out);
-    }
+    m_parameters->serializeWithLead(out, ';');
 }
 
 KtString KtSipMediaTypeHeader::joinMedia() const {

@@ -45,9 +45,7 @@ void KtSipNameAddrParamsHeader::parseParameters(KtInputStream& in) {
 }
 
 void KtSipNameAddrParamsHeader::serializeParameters(KtOutputStream& out) const {
-    if (m_parameters.isNil() || m_parameters->empty()) return;
-    out << ';';
-    m_parameters->serialize(out);
+    if (!m_parameters.isNil()) m_parameters->serializeWithLead(out, ';');
 }
 
 void KtSipNameAddrParamsHeader::assignClones(const KtHandle<KtSipNameAddress>& nameAddress,

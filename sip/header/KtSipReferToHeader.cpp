@@ -32,5 +32,5 @@ void KtSipReferToHeader::doParse(KtInputStream& in) {
 
 void KtSipReferToHeader::doSerialize(KtOutputStream& out) const {
     TORVANE_TRACE_SCOPE(fileLogger(), "KtSipReferToHeader::doSerialize");
-    if (!m_uri.isNil()) out << m_uri->getString();
+    if (!m_uri.isNil()) m_uri->serialize(out);
 }

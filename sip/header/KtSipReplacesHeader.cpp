@@ -59,8 +59,5 @@ void KtSipReplacesHeader::doParse(KtInputStream& in) {
 void KtSipReplacesHeader::doSerialize(KtOutputStream& out) const {
     TORVANE_TRACE_SCOPE(fileLogger(), "KtSipReplacesHeader::doSerialize");
     out << m_callId;
-    if (!m_parameters->empty()) {
-        out << ';';
-        m_parameters->serialize(out);
-    }
+    m_parameters->serializeWithLead(out, ';');
 }

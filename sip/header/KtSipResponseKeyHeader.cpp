@@ -41,8 +41,5 @@ void KtSipResponseKeyHeader::doParse(KtInputStream& in) {
 void KtSipResponseKeyHeader::doSerialize(KtOutputStream& out) const {
     TORVANE_TRACE_SCOPE(fileLogger(), "KtSipResponseKeyHeader::doSerialize");
     out << m_scheme;
-    if (!m_parameters->empty()) {
-        out << ' ';
-        m_parameters->serialize(out);
-    }
+    m_parameters->serializeWithLead(out, ' ');
 }

@@ -66,8 +66,5 @@ void KtSipSessionExpiresHeader::doParse(KtInputStream& in) {
 void KtSipSessionExpiresHeader::doSerialize(KtOutputStream& out) const {
     TORVANE_TRACE_SCOPE(fileLogger(), "KtSipSessionExpiresHeader::doSerialize");
     out << m_Value;
-    if (!m_Parameters.isNil() && !m_Parameters->empty()) {
-        out << ';';
-        m_Parameters->serialize(out);
-    }
+    if (!m_Parameters.isNil()) m_Parameters->serializeWithLead(out, ';');
 }

@@ -43,10 +43,7 @@ void KtSipTokenHeader::doSerialize(KtOutputStream& out) const {
     const KtSipTokenSyntax& syntax = getSyntax();
     TORVANE_TRACE_SCOPE(syntax.logger, syntax.serializeScope);
     out << m_Value;
-    if (!m_Parameters.isNil() && !m_Parameters->empty()) {
-        out << ';';
-        m_Parameters->serialize(out);
-    }
+    if (!m_Parameters.isNil()) m_Parameters->serializeWithLead(out, ';');
 }
 
 const KtDelimiterSet& KtSipTokenHeader::sTokenSeparators() {

@@ -50,12 +50,9 @@ void KtSipUriParamsHeader::doParse(KtInputStream& in) {
 void KtSipUriParamsHeader::doSerialize(KtOutputStream& out) const {
     TORVANE_TRACE_SCOPE(fileLogger(), "KtSipUriParamsHeader::doSerialize");
     out << '"';
-    if (!m_uri.isNil()) out << m_uri->getString();
+    if (!m_uri.isNil()) m_uri->serialize(out);
     out << '"';
-    if (!m_parameters->empty()) {
-        out << ';';
-        m_parameters->serialize(out);
-    }
+    m_parameters->serializeWithLead(out, ';');
 }
 
 void KtSipUriParamsHeader::parseText(const char* text) {

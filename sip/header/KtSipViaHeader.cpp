@@ -107,6 +107,12 @@ void KtSipViaHeader::parseParameters(KtInputStream& in) {
     // inside them the list reads the stream itself (and stops at "," or the line end).
     const char* begin = in.current();
     const char* end = in.end();
+    // Without a "(" in the buffered bytes there is no comment to stop at: the usual case,
+    // told by one memchr instead of a walk over the parameters.
+    if (std::memchr(begin, '(', static_cast<std::size_t>(end - begin)) == nullptr) {
+        m_parameters->parseUnshared(in);
+        return;
+    }
     const char* p = begin;
     bool quoted = false;
     for (; p < end; ++p) {
@@ -284,9 +290,6 @@ void KtSipViaHeader::doSerialize(KtOutputStream& out) const {
     else
         out << m_host;
     if (m_hasPort) out << ':' << m_port;
-    if (!m_parameters.isNil() && !m_parameters->empty()) {
-        out << ';';
-        m_parameters->serialize(out);
-    }
+    if (!m_parameters.isNil()) m_parameters->serializeWithLead(out, ';');
     if (!m_comment.empty()) out << " (" << m_comment << ')';
 }

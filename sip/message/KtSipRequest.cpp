@@ -262,7 +262,9 @@ void KtSipRequest::serializeStartLine(KtOutputStream& out) const {
         TORVANE_ASSERT(!m_URI.isNil());
         return;
     }
-    out << m_Method << ' ' << m_URI->getString() << " SIP/" << static_cast<unsigned>(m_MajorVersion) << '.'
+    out << m_Method << ' ';
+    m_URI->serialize(out);
+    out << " SIP/" << static_cast<unsigned>(m_MajorVersion) << '.'
         << static_cast<unsigned>(m_MinorVersion) << "\r\n";
 }
 

@@ -125,7 +125,7 @@ void KtSipNameAddress::parse(KtInputStream& in) {
 void KtSipNameAddress::serialize(KtOutputStream& out) const {
     if (!m_DisplayName.empty()) out << m_DisplayName << " ";
     out << "<";
-    if (!m_URI.isNil()) out << m_URI->getString();
+    if (!m_URI.isNil()) m_URI->serialize(out);
     out << ">";
 }
 

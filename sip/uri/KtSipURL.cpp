@@ -103,28 +103,28 @@ const KtDelimiterSet& headerSafeChars() {
     return set;
 }
 
-// Appends `text` to `out` with the escaping of the header part: ";" and "=" as %3B and %3D,
+// Writes `text` to `out` with the escaping of the header part: ";" and "=" as %3B and %3D,
 // every byte outside headerSafeChars as "%" and two hexadecimal digits.
-void appendEscaped(KtString& out, const KtString& text) {
+void writeEscaped(KtOutputStream& out, const KtString& text) {
     const char* p = text.c_str();
     const unsigned n = text.length();
     unsigned start = 0;
     for (unsigned i = 0; i < n; ++i) {
         const unsigned char c = static_cast<unsigned char>(p[i]);
         if (headerSafeChars().contains(c)) continue;
-        out.append(p + start, i - start);
+        out.write(p + start, i - start);
         if (c == ';') {
-            out.append("%3B", 3);
+            out.write("%3B", 3);
         } else if (c == '=') {
-            out.append("%3D", 3);
+            out.write("%3D", 3);
         } else {
             char hex[8];
             std::snprintf(hex, sizeof hex, "%%%02x", c);
-            out.append(hex, 3);
+            out.write(hex, 3);
         }
         start = i + 1;
     }
-    out.append(p + start, n - start);
+    out.write(p + start, n - start);
 }
 
 }  // namespace
@@ -205,38 +205,37 @@ KtSipURL::Transport KtSipURL::getTransportParam() const {
 }
 
 KtString KtSipURL::getString() const {
-    KtString aString(KtStringBuffer::sCreate(nullptr, 0, 80));
-    aString.append("sip:", 4);
+    KtByteArrayOutputStream out(80);
+    write(out);
+    return KtString(out.data(), out.size());
+}
+
+void KtSipURL::write(KtOutputStream& out) const {
+    out.write("sip:", 4);
     if (!m_User.empty()) {
-        aString.append(m_User.c_str(), m_User.length());
+        out << m_User;
         if (!m_Password.empty()) {
-            aString.append(":", 1);
-            aString.append(m_Password.c_str(), m_Password.length());
+            out.put(':');
+            out << m_Password;
         }
-        aString.append("@", 1);
+        out.put('@');
     }
-    aString.append(m_Host.c_str(), m_Host.length());
+    out << m_Host;
     if (m_PortGiven) {
-        char port[16];
-        int n = std::snprintf(port, sizeof port, ":%d", m_Port);
-        aString.append(port, static_cast<unsigned>(n));
+        out.put(':');
+        out << m_Port;
     }
-    if (!m_Parameters->empty()) {
-        aString.append(";", 1);
-        KtString params = m_Parameters->getString();
-        aString.append(params.c_str(), params.length());
-    }
+    m_Parameters->serializeWithLead(out, ';');
     const unsigned headers = m_Headers->size();
     if (headers > 0) {
-        aString.append("?", 1);
+        out.put('?');
         for (unsigned i = 0; i < headers; ++i) {
-            if (i > 0) aString.append(";", 1);
-            appendEscaped(aString, m_Headers->getName(i));
-            aString.append("=", 1);
-            appendEscaped(aString, m_Headers->getValueAt(i));
+            if (i > 0) out.put(';');
+            writeEscaped(out, m_Headers->getName(i));
+            out.put('=');
+            writeEscaped(out, m_Headers->getValueAt(i));
         }
     }
-    return aString;
 }
 
 // The scanner. Components in order: an optional "<", the scheme up to ":", the user info
@@ -286,7 +285,8 @@ void KtSipURL::parse(KtInputStream& in) {
     }
     // The usual spelling shares the class's constant instead of a new string per URL.
     m_Scheme = buffer.length() == 3 && std::memcmp(buffer.c_str(), "sip", 3) == 0 ? sToken : buffer.str();
-    if (m_Scheme.compareNoCase("sip") != 0) KtSipParseError::sThrow("Scheme is not SIP");
+    if (m_Scheme.get() != sToken.get() && m_Scheme.compareNoCase("sip") != 0)
+        KtSipParseError::sThrow("Scheme is not SIP");
 
     // User info: look ahead for an "@" before the end of the URL.
     int userLength = -1;

@@ -49,6 +49,8 @@ public:
     /// "sip:" [user [":" password] "@"] host [":" port] {";" name ["=" value]} ["?" headers].
     /// The port is written only when it was given; header values are escaped.
     KtString getString() const override;
+    /// Writes the text getString returns to `out`, without building a string.
+    void write(KtOutputStream& out) const;
     /// Reads a sip: URL (see the class comment). Throws KtSipParseError on malformed text.
     void parse(KtInputStream& in) override;
     using KtURI::parse;

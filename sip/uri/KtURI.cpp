@@ -2,6 +2,7 @@
 #include "KtURI.h"
 
 #include <strings.h>
+#include <typeinfo>
 
 #include "KtException.h"
 #include "KtSipURL.h"
@@ -104,7 +105,14 @@ void KtURI::parse(KtInputStream& in) {
     if (in.read() != '>') in.reset();
 }
 
-void KtURI::serialize(KtOutputStream& out) const { out << getString(); }
+void KtURI::serialize(KtOutputStream& out) const {
+    // A URL of exactly this library's sip: class writes itself straight into the stream;
+    // any other class (a tel URL, a generic URI, a subclass) through its getString.
+    if (m_IsSipURL && typeid(*this) == typeid(KtSipURL))
+        static_cast<const KtSipURL*>(this)->write(out);
+    else
+        out << getString();
+}
 
 KtHandle<KtURI> KtURI::sConstructFrom(KtInputStream& in, bool inBracket) {
     TORVANE_TRACE_SCOPE(fileLogger(), "KtURI::sConstructFrom");

@@ -30,6 +30,9 @@ TEST(KtParameters, ParseAndWriteBack) {
         p.parse(in);
         EXPECT_EQ(text(p), r.written) << r.input;
         EXPECT_EQ(in.peek(), r.next) << r.input;
+        KtByteArrayOutputStream led;
+        p.serializeWithLead(led, ';');
+        EXPECT_EQ(std::string(led.data(), led.size()), *r.written ? std::string(";") + r.written : "") << r.input;
     }
 }
 

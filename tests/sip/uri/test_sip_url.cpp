@@ -68,6 +68,7 @@ TEST(KtSipURL, Parse) {
         EXPECT_EQ(c.params, url.numParameters());
         EXPECT_EQ(c.headers, url.numHeaders());
         EXPECT_STREQ(c.text ? c.text : c.input, url.getString().c_str());
+        EXPECT_EQ(kttest::written(url), url.getString().c_str()) << "serialize writes the text of getString";
         EXPECT_EQ(c.rest, rest(in));
     }
 }
