@@ -2,7 +2,6 @@
 #include "KtMutex.h"
 
 #include <cerrno>
-#include <mutex>
 #include <sched.h>
 
 #include "KtException.h"
@@ -35,15 +34,18 @@ struct MutexAttributes {
     static void destroy(void* p) { pthread_mutexattr_destroy(&static_cast<MutexAttributes*>(p)->attr); }
 };
 
-MutexAttributes* gAttributes = nullptr;
-std::once_flag gAttributesOnce;
+MutexAttributes* createAttributes() {
+    MutexAttributes* attributes = new MutexAttributes();  // kept for the life of the process
+    Torvane::AceCleanupLogger("KtMutex").registerCleanup(&MutexAttributes::destroy, attributes);
+    return attributes;
+}
 
+// Built by the first caller (a function-local static: thread-safe, and afterwards one load
+// and one branch per mutex, where std::call_once sets thread-local state on every call).
+// A failure throws and leaves the static unset, so the next creation tries again.
 const pthread_mutexattr_t& attributes() {
-    std::call_once(gAttributesOnce, [] {
-        gAttributes = new MutexAttributes();  // kept for the life of the process
-        Torvane::AceCleanupLogger("KtMutex").registerCleanup(&MutexAttributes::destroy, gAttributes);
-    });
-    return gAttributes->attr;
+    static MutexAttributes* const sAttributes = createAttributes();
+    return sAttributes->attr;
 }
 
 }  // namespace

@@ -139,3 +139,18 @@ TEST(KtOutputStream, NumbersBytesAndGrowth) {
     EXPECT_EQ(bytes->getLength(), out.size());
     EXPECT_EQ(bytes->getData()[0], 'n');
 }
+
+// Pieces of every length up to past the inline-copy sizes, at every alignment the previous
+// pieces leave, arrive whole and in order.
+TEST(KtOutputStream, PiecesOfEveryLengthArriveIntact) {
+    std::string source;
+    for (int i = 0; i < 64; ++i) source.push_back(static_cast<char>('!' + i));
+    KtByteArrayOutputStream out(8);
+    std::string expected;
+    for (unsigned n = 0; n <= 40; ++n)
+        for (unsigned from = 0; from < 3; ++from) {
+            out.write(source.data() + from, n);
+            expected.append(source, from, n);
+        }
+    EXPECT_EQ(std::string(out.data(), out.size()), expected);
+}
