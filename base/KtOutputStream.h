@@ -17,7 +17,7 @@ public:
     /// Appends `length` bytes.
     void write(const void* bytes, unsigned length) {
         if (static_cast<unsigned>(m_pLimit - m_pCur) < length) overflow(length);
-        copy(m_pCur, static_cast<const char*>(bytes), length);
+        ktCopyBytes(m_pCur, static_cast<const char*>(bytes), length);
         m_pCur += length;
     }
     /// Appends one byte.
@@ -57,30 +57,6 @@ public:
 
 protected:
     KtOutputStream() : m_pBegin(nullptr), m_pCur(nullptr), m_pLimit(nullptr) {}
-    // Copies `n` bytes. Messages are written in short pieces (names, separators, tokens): up
-    // to 16 bytes are moved inline by two overlapping loads and stores, which beats a call
-    // of memcpy for each piece; longer pieces go to memcpy.
-    static void copy(char* to, const char* from, unsigned n) noexcept {
-        if (n > 16) {
-            std::memcpy(to, from, n);
-        } else if (n >= 8) {
-            unsigned long long a, b;
-            std::memcpy(&a, from, 8);
-            std::memcpy(&b, from + n - 8, 8);
-            std::memcpy(to, &a, 8);
-            std::memcpy(to + n - 8, &b, 8);
-        } else if (n >= 4) {
-            unsigned a, b;
-            std::memcpy(&a, from, 4);
-            std::memcpy(&b, from + n - 4, 4);
-            std::memcpy(to, &a, 4);
-            std::memcpy(to + n - 4, &b, 4);
-        } else if (n > 0) {
-            to[0] = from[0];
-            to[n / 2] = from[n / 2];
-            to[n - 1] = from[n - 1];
-        }
-    }
     /// Makes room for at least `needed` more bytes.
     virtual void overflow(unsigned needed) = 0;
     char* m_pBegin;

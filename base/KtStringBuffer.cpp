@@ -51,7 +51,16 @@ KtStringBuffer::KtStringBuffer() noexcept : m_pData(m_Inline), m_Length(0), m_Ca
 
 KtStringBuffer::KtStringBuffer(const char* text) : KtStringBuffer() { assign(text); }
 
-KtStringBuffer::KtStringBuffer(const char* text, unsigned length) : KtStringBuffer() { assign(text, length); }
+KtStringBuffer::KtStringBuffer(const char* text, unsigned length) : KtStringBuffer() {
+    if (length <= INLINE_CAPACITY && text != nullptr) {
+        // The usual short text: straight into the inline bytes.
+        ktCopyBytes(m_Inline, text, length);
+        m_Inline[length] = '\0';
+        m_Length = length;
+        return;
+    }
+    assign(text, length);
+}
 
 KtStringBuffer::KtStringBuffer(const KtStringBuffer& other) : KtStringBuffer() {
     assign(other.m_pData, other.m_Length);
@@ -114,7 +123,7 @@ void KtStringBuffer::append(const char* text, unsigned length) {
         }
         grow(m_Length + length);
     }
-    std::memcpy(m_pData + m_Length, text, length);
+    ktCopyBytes(m_pData + m_Length, text, length);
     m_Length += length;
     m_pData[m_Length] = '\0';
 }

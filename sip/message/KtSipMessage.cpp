@@ -35,6 +35,13 @@ namespace {
 
 const char kPoolTag[] = "KtSipMessage";
 
+// The pool of message bodies and text buffers (the sized pool under the message tag),
+// looked up once instead of by name on every allocation.
+Torvane::MemPool& bodyPool() {
+    static Torvane::MemPool& pool = Torvane::MemPool::sGet(kPoolTag);
+    return pool;
+}
+
 /// Size of the buffer the first token of a message is read into.
 const unsigned FIRST_TOKEN_SIZE = 32;
 
@@ -91,15 +98,15 @@ void appendAddress(KtStringBuffer* key, const KtHandle<KtSipNameAddress>& addres
 // ---- header order ------------------------------------------------------------------------
 
 KtSipHeaderOrder::~KtSipHeaderOrder() {
-    if (m_pOverflow) Torvane::StaticMemAllocator::deallocate(m_pOverflow, m_Capacity, kPoolTag);
+    if (m_pOverflow) bodyPool().deallocateSized(m_pOverflow, m_Capacity);
 }
 
 bool KtSipHeaderOrder::reserve(unsigned capacity) {
     if (capacity > MAX_ENTRIES) capacity = MAX_ENTRIES;
     if (capacity <= m_Capacity) return false;
-    unsigned char* grown = static_cast<unsigned char*>(Torvane::StaticMemAllocator::allocate(capacity, kPoolTag));
+    unsigned char* grown = static_cast<unsigned char*>(bodyPool().allocateSized(capacity));
     std::memcpy(grown, data(), m_Size);
-    if (m_pOverflow) Torvane::StaticMemAllocator::deallocate(m_pOverflow, m_Capacity, kPoolTag);
+    if (m_pOverflow) bodyPool().deallocateSized(m_pOverflow, m_Capacity);
     m_pOverflow = grown;
     m_Capacity = capacity;
     return true;
@@ -242,7 +249,7 @@ KtSipMessage::~KtSipMessage() {
 }
 
 void KtSipMessage::freeBody() noexcept {
-    if (m_pBody) Torvane::StaticMemAllocator::deallocate(m_pBody, m_BodyCapacity, kPoolTag);
+    if (m_pBody) bodyPool().deallocateSized(m_pBody, m_BodyCapacity);
     m_pBody = nullptr;
     m_BodySize = 0;
     m_BodyCapacity = 0;
@@ -251,7 +258,7 @@ void KtSipMessage::freeBody() noexcept {
 void KtSipMessage::replaceBody(const void* body, unsigned length) {
     freeBody();
     if (length == 0) return;
-    m_pBody = static_cast<unsigned char*>(Torvane::StaticMemAllocator::allocate(length, kPoolTag));
+    m_pBody = static_cast<unsigned char*>(bodyPool().allocateSized(length));
     m_BodyCapacity = length;
     m_BodySize = length;
     if (body)
@@ -384,14 +391,14 @@ void KtSipMessage::parseBody(KtInputStream& in) {
         const int available = in.available();
         unsigned capacity = available > 4096 ? static_cast<unsigned>(available) : 4096u;
         if (capacity > wanted) capacity = wanted;
-        m_pBody = static_cast<unsigned char*>(Torvane::StaticMemAllocator::allocate(capacity, kPoolTag));
+        m_pBody = static_cast<unsigned char*>(bodyPool().allocateSized(capacity));
         m_BodyCapacity = capacity;
         while (m_BodySize < wanted) {
             if (m_BodySize == m_BodyCapacity) {
                 unsigned grown = m_BodyCapacity > wanted / 2 ? wanted : m_BodyCapacity * 2;
-                unsigned char* bigger = static_cast<unsigned char*>(Torvane::StaticMemAllocator::allocate(grown, kPoolTag));
+                unsigned char* bigger = static_cast<unsigned char*>(bodyPool().allocateSized(grown));
                 std::memcpy(bigger, m_pBody, m_BodySize);
-                Torvane::StaticMemAllocator::deallocate(m_pBody, m_BodyCapacity, kPoolTag);
+                bodyPool().deallocateSized(m_pBody, m_BodyCapacity);
                 m_pBody = bigger;
                 m_BodyCapacity = grown;
             }
@@ -411,10 +418,10 @@ void KtSipMessage::parseBody(KtInputStream& in) {
         if (needed > m_BodyCapacity) {
             unsigned grown = m_BodyCapacity == 0 ? needed : m_BodyCapacity;
             while (grown < needed) grown = grown > ~0u / 2 ? needed : grown * 2;
-            unsigned char* bigger = static_cast<unsigned char*>(Torvane::StaticMemAllocator::allocate(grown, kPoolTag));
+            unsigned char* bigger = static_cast<unsigned char*>(bodyPool().allocateSized(grown));
             if (m_pBody) {
                 std::memcpy(bigger, m_pBody, m_BodySize);
-                Torvane::StaticMemAllocator::deallocate(m_pBody, m_BodyCapacity, kPoolTag);
+                bodyPool().deallocateSized(m_pBody, m_BodyCapacity);
             }
             m_pBody = bigger;
             m_BodyCapacity = grown;

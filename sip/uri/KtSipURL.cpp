@@ -51,7 +51,7 @@ public:
     // Appends `n` bytes; throws like put when they would not fit.
     void append(const char* text, unsigned n) {
         if (n > kBufferSize - 1 - m_Length) KtSipParseError::sThrow(kOverflow);
-        std::memcpy(m_Data + m_Length, text, n);
+        ktCopyBytes(m_Data + m_Length, text, n);
         m_Length += n;
     }
 
