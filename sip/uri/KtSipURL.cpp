@@ -275,54 +275,56 @@ void KtSipURL::parse(KtInputStream& in) {
     }
     const bool bracketed = m_OpeningBracket || m_InBracket;
 
-    // Scheme.
-    for (;;) {
-        const int c = in.read();
-        if (c == ':') break;
-        if (isBlankOrEnd(c) || c == '>') KtSipParseError::sThrow(kWrongFormat);
-        if (!isAlnum(c) && c != '+' && c != '-' && c != '.') KtSipParseError::sThrow(kIllegal);
-        buffer.put(c);
-    }
-    // The usual spelling shares the class's constant instead of a new string per URL.
-    m_Scheme = buffer.length() == 3 && std::memcmp(buffer.c_str(), "sip", 3) == 0 ? sToken : buffer.str();
-    if (m_Scheme.get() != sToken.get() && m_Scheme.compareNoCase("sip") != 0)
-        KtSipParseError::sThrow("Scheme is not SIP");
-
-    // User info: look ahead for an "@" before the end of the URL.
-    int userLength = -1;
-    in.mark(kBufferSize);
-    for (unsigned k = 0; k < kBufferSize; ++k) {
-        const int c = in.read();
-        if (c == '@') {
-            userLength = static_cast<int>(k);
-            break;
-        }
-        if (isBlankOrEnd(c) || c == '>' || c == '<') break;
-        if (!bracketed && (c == ';' || c == '?' || c == ',')) break;
-    }
-    in.reset();
-    if (userLength == 0) KtSipParseError::sThrow(kNoUser);
-    if (userLength > 0) {
-        buffer.clear();
-        bool inPassword = false;
-        for (int k = 0; k < userLength; ++k) {
+    if (!parseSchemeAndUserInPlace(in, bracketed)) {
+        // Scheme.
+        for (;;) {
             const int c = in.read();
-            if (c == '"') KtSipParseError::sThrow(kIllegal);
-            if (c == ':' && !inPassword) {
-                if (buffer.empty()) KtSipParseError::sThrow(kNoUser);
-                m_User = buffer.str();
-                buffer.clear();
-                inPassword = true;
-                continue;
-            }
+            if (c == ':') break;
+            if (isBlankOrEnd(c) || c == '>') KtSipParseError::sThrow(kWrongFormat);
+            if (!isAlnum(c) && c != '+' && c != '-' && c != '.') KtSipParseError::sThrow(kIllegal);
             buffer.put(c);
         }
-        if (inPassword) {
-            m_Password = buffer.str();
-        } else {
-            m_User = buffer.str();
+        // The usual spelling shares the class's constant instead of a new string per URL.
+        m_Scheme = buffer.length() == 3 && std::memcmp(buffer.c_str(), "sip", 3) == 0 ? sToken : buffer.str();
+        if (m_Scheme.get() != sToken.get() && m_Scheme.compareNoCase("sip") != 0)
+            KtSipParseError::sThrow("Scheme is not SIP");
+
+        // User info: look ahead for an "@" before the end of the URL.
+        int userLength = -1;
+        in.mark(kBufferSize);
+        for (unsigned k = 0; k < kBufferSize; ++k) {
+            const int c = in.read();
+            if (c == '@') {
+                userLength = static_cast<int>(k);
+                break;
+            }
+            if (isBlankOrEnd(c) || c == '>' || c == '<') break;
+            if (!bracketed && (c == ';' || c == '?' || c == ',')) break;
         }
-        in.read();  // the "@"
+        in.reset();
+        if (userLength == 0) KtSipParseError::sThrow(kNoUser);
+        if (userLength > 0) {
+            buffer.clear();
+            bool inPassword = false;
+            for (int k = 0; k < userLength; ++k) {
+                const int c = in.read();
+                if (c == '"') KtSipParseError::sThrow(kIllegal);
+                if (c == ':' && !inPassword) {
+                    if (buffer.empty()) KtSipParseError::sThrow(kNoUser);
+                    m_User = buffer.str();
+                    buffer.clear();
+                    inPassword = true;
+                    continue;
+                }
+                buffer.put(c);
+            }
+            if (inPassword) {
+                m_Password = buffer.str();
+            } else {
+                m_User = buffer.str();
+            }
+            in.read();  // the "@"
+        }
     }
 
     // Host.
@@ -407,6 +409,59 @@ void KtSipURL::parse(KtInputStream& in) {
 // One parameter after its ";": name, then "=" and a value. An empty element (";;") is
 // skipped; a later parameter of the same name replaces the earlier one. Stops before the
 // character that ends the parameter.
+// The scheme and user info of the usual URL, read in the stream's window: the scheme is
+// "sip" exactly and the look-ahead for "@" ends inside the window. The bytes are checked as
+// the general reader checks them, in the same order, with the same errors, and the stream is
+// left where that reader leaves it (its mark included, and on an error just past the byte
+// refused); user and password are made straight from the window. Returns false, having
+// consumed nothing, when the general reader must run.
+bool KtSipURL::parseSchemeAndUserInPlace(KtInputStream& in, bool bracketed) {
+    const char* p = in.current();
+    const char* const end = in.end();
+    if (end - p < 4 || std::memcmp(p, "sip:", 4) != 0) return false;
+    const char* const user = p + 4;
+    // Look-ahead for "@", as the general reader does it (at most kBufferSize bytes).
+    const char* at = nullptr;
+    const char* q = user;
+    for (unsigned k = 0; k < kBufferSize; ++k, ++q) {
+        if (q == end) return false;  // undecided inside the window
+        const char c = *q;
+        if (c == '@') {
+            at = q;
+            break;
+        }
+        if (c == ' ' || c == '\t' || c == '\r' || c == '\n' || c == '>' || c == '<') break;
+        if (!bracketed && (c == ';' || c == '?' || c == ',')) break;
+    }
+    m_Scheme = sToken;
+    in.setCurrent(user);
+    in.mark(kBufferSize);
+    if (at == nullptr) return true;
+    if (at == user) KtSipParseError::sThrow(kNoUser);
+    const char* colon = nullptr;
+    for (const char* r = user; r < at; ++r) {
+        if (*r == '"') {
+            in.setCurrent(r + 1);
+            KtSipParseError::sThrow(kIllegal);
+        }
+        if (*r == ':' && colon == nullptr) {
+            if (r == user) {
+                in.setCurrent(r + 1);
+                KtSipParseError::sThrow(kNoUser);
+            }
+            colon = r;
+        }
+    }
+    if (colon == nullptr) {
+        m_User = KtString(user, static_cast<unsigned>(at - user));
+    } else {
+        m_User = KtString(user, static_cast<unsigned>(colon - user));
+        m_Password = KtString(colon + 1, static_cast<unsigned>(at - colon - 1));
+    }
+    in.setCurrent(at + 1);
+    return true;
+}
+
 void KtSipURL::parseParameter(KtInputStream& in) {
     // Bytes that need a decision; every other byte is taken as it stands.
     static const KtDelimiterSet plain(";?> \t\r\n\"<=", 11);

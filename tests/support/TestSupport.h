@@ -79,6 +79,26 @@ private:
     std::string m_Text;
 };
 
+/// Hands out its text in windows that grow by one byte per refill and always start at the
+/// text's beginning: every reader finds its window ending right after the byte it stands on
+/// (so in-place fast paths give way to the general readers), while marks stay valid.
+class GrowingStream : public KtInputStream {
+public:
+    explicit GrowingStream(std::string text) : m_Text(std::move(text)) {
+        setWindow(m_Text.data(), m_Text.data());
+    }
+
+protected:
+    bool refill() override {
+        if (m_pEnd >= m_Text.data() + m_Text.size()) return false;
+        ++m_pEnd;  // the earlier bytes, and so any mark among them, stay in the window
+        return true;
+    }
+
+private:
+    std::string m_Text;
+};
+
 /// Collects the lines written to the error stream while it lives.
 class ErrorCapture {
 public:
