@@ -188,12 +188,20 @@ bool KtParameters::parsePairInPlace(KtInputStream& in, bool commaEnds, int& stop
     const char* eq = nullptr;  // the "=" that starts the value
     bool quoted = false;
     int c = -1;
-    // Bytes that need a decision (the separator is tested apart); the others are skipped in bulk.
+    // Bytes that need a decision, the separator among them; the others are skipped in bulk.
+    // The usual ";" lists have a table with their separator; other lists test it apart.
+    static const KtDelimiterSet semicolonList("\r\n\",=\\;");
     static const KtDelimiterSet special("\r\n\",=\\");
     const char separator = m_Separator;
+    const bool semicolons = separator == ';';
     while (p < end) {
-        while (!special.contains(static_cast<unsigned char>(*p)) && *p != separator)
-            if (++p == end) return false;
+        if (semicolons) {
+            while (!semicolonList.contains(static_cast<unsigned char>(*p)))
+                if (++p == end) return false;
+        } else {
+            while (!special.contains(static_cast<unsigned char>(*p)) && *p != separator)
+                if (++p == end) return false;
+        }
         c = static_cast<unsigned char>(*p);
         if (c == '\r' || c == '\n') break;
         if (!quoted && (c == m_Separator || (commaEnds && c == ','))) break;

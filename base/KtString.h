@@ -38,7 +38,8 @@ inline void ktCopyBytes(char* to, const char* from, unsigned n) noexcept {
     }
 }
 
-/// A set of delimiter bytes as a 256-bit table: membership is one lookup.
+/// A set of delimiter bytes as a table of 256 flags: membership is one byte load, which the
+/// scanning loops of the parsers run once per input byte.
 class KtDelimiterSet {
 public:
     /// The set of the bytes of `chars` (NUL-terminated). A null pointer gives the empty set.
@@ -46,12 +47,12 @@ public:
     /// The set of the first `count` bytes of `chars` (may include NUL).
     KtDelimiterSet(const char* chars, unsigned count) noexcept;
     /// True when byte `c` is in the set.
-    bool contains(unsigned char c) const noexcept { return (m_Bits[c >> 6] >> (c & 63)) & 1u; }
+    bool contains(unsigned char c) const noexcept { return m_Flags[c] != 0; }
     /// Adds byte `c`.
-    void add(unsigned char c) noexcept { m_Bits[c >> 6] |= (1ull << (c & 63)); }
+    void add(unsigned char c) noexcept { m_Flags[c] = 1; }
 
 private:
-    unsigned long long m_Bits[4];
+    unsigned char m_Flags[256];
 };
 
 /// A reference-counted, growable byte string. Always NUL-terminated; may hold NUL bytes.

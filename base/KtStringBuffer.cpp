@@ -22,12 +22,12 @@ inline char upper(char c) { return (c >= 'a' && c <= 'z') ? static_cast<char>(c 
 
 // ---------------------------------------------------------------- KtDelimiterSet
 
-KtDelimiterSet::KtDelimiterSet(const char* chars) noexcept : m_Bits{0, 0, 0, 0} {
+KtDelimiterSet::KtDelimiterSet(const char* chars) noexcept : m_Flags{} {
     if (chars)
         for (const unsigned char* p = reinterpret_cast<const unsigned char*>(chars); *p; ++p) add(*p);
 }
 
-KtDelimiterSet::KtDelimiterSet(const char* chars, unsigned count) noexcept : m_Bits{0, 0, 0, 0} {
+KtDelimiterSet::KtDelimiterSet(const char* chars, unsigned count) noexcept : m_Flags{} {
     for (unsigned i = 0; i < count; ++i) add(static_cast<unsigned char>(chars[i]));
 }
 
