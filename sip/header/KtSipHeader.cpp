@@ -160,7 +160,8 @@ inline bool findPlainLine(const KtInputStream& in, unsigned textMax, PlainLine& 
     if (length > textMax) return false;
     const char* nameEnd = p + (length < KtSipHeader::NAME_BUFFER_SIZE - 1 ? length : KtSipHeader::NAME_BUFFER_SIZE - 1);
     const char* q = p;
-    while (q < nameEnd && *q != ':' && *q != '\r' && *q != '\0') ++q;
+    static const KtDelimiterSet nameStops(":\r", 3);  // the colon, a CR, a NUL
+    while (q < nameEnd && !nameStops.contains(static_cast<unsigned char>(*q))) ++q;
     if (q == nameEnd || *q != ':') return false;
     if (std::memchr(q, '\r', static_cast<std::size_t>(nl - 1 - q)) != nullptr) return false;
     unsigned n = static_cast<unsigned>(q - p);

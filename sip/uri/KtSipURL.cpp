@@ -420,19 +420,16 @@ bool KtSipURL::parseSchemeAndUserInPlace(KtInputStream& in, bool bracketed) {
     const char* const end = in.end();
     if (end - p < 4 || std::memcmp(p, "sip:", 4) != 0) return false;
     const char* const user = p + 4;
-    // Look-ahead for "@", as the general reader does it (at most kBufferSize bytes).
-    const char* at = nullptr;
+    // Look-ahead for "@", as the general reader does it (at most kBufferSize bytes): it
+    // stops at "@", white space, a line end, "<" or ">", and outside brackets at ";", "?" or ",".
+    static const KtDelimiterSet inBrackets("@ \t\r\n<>");
+    static const KtDelimiterSet bare("@ \t\r\n<>;?,");
+    const KtDelimiterSet& stops = bracketed ? inBrackets : bare;
+    const char* const limit = end - user > static_cast<long>(kBufferSize) ? user + kBufferSize : end;
     const char* q = user;
-    for (unsigned k = 0; k < kBufferSize; ++k, ++q) {
-        if (q == end) return false;  // undecided inside the window
-        const char c = *q;
-        if (c == '@') {
-            at = q;
-            break;
-        }
-        if (c == ' ' || c == '\t' || c == '\r' || c == '\n' || c == '>' || c == '<') break;
-        if (!bracketed && (c == ';' || c == '?' || c == ',')) break;
-    }
+    while (q < limit && !stops.contains(static_cast<unsigned char>(*q))) ++q;
+    if (q == end) return false;  // undecided inside the window
+    const char* const at = q < limit && *q == '@' ? q : nullptr;
     m_Scheme = sToken;
     in.setCurrent(user);
     in.mark(kBufferSize);
