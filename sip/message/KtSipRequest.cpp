@@ -189,12 +189,22 @@ void KtSipRequest::parse(const char* method, KtInputStream& in) {
 
 void KtSipRequest::parseStartLine(KtInputStream& in) {
     TORVANE_TRACE_SCOPE(fileLogger(), "KtSipRequest::parseStartLine");
-    // 1. The rest of the line, CR included, into a zero-filled buffer. A line that has
-    //    filled the buffer when one more character is read is too long.
-    char line[START_LINE_BUFFER_SIZE] = {0};
+    // 1. The rest of the line, CR included, into a buffer (only the bytes stored are read
+    //    below). A line that has filled the buffer when one more character is read is too
+    //    long. A line whose end lies in the stream's window is copied at once.
+    char line[START_LINE_BUFFER_SIZE];
     int stored = 0;
-    int c;
-    for (;;) {
+    int c = 0;
+    const char* nl = in.available() > 0 ? static_cast<const char*>(std::memchr(
+                                              in.current(), '\n', static_cast<std::size_t>(in.available())))
+                                        : nullptr;
+    if (nl != nullptr && nl - in.current() < static_cast<long>(START_LINE_BUFFER_SIZE)) {
+        stored = static_cast<int>(nl - in.current());
+        std::memcpy(line, in.current(), static_cast<std::size_t>(stored));
+        in.setCurrent(nl + 1);
+        c = '\n';
+    }
+    while (c != '\n') {
         c = in.read();
         if (stored == static_cast<int>(START_LINE_BUFFER_SIZE)) {
             m_Status = 414;
