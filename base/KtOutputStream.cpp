@@ -9,13 +9,33 @@ Torvane::MemPool& streamPool() {
     return pool;
 }
 
-// Writes the decimal digits of `v` (with a sign when `negative`) into the end of `buf`.
+// "00" to "99": two digits per division.
+const char kDigitPairs[] =
+    "00010203040506070809101112131415161718192021222324252627282930313233343536373839"
+    "40414243444546474849505152535455565758596061626364656667686970717273747576777879"
+    "8081828384858687888990919293949596979899";
+
+// Writes the decimal digits of `v` backwards from `end`; returns where they start. Values
+// that fit 32 bits (ports, lengths, sequence numbers) use 32-bit arithmetic.
 inline char* formatUnsigned(char* end, unsigned long long v) {
     char* p = end;
-    do {
+    while (v > 0xffffffffull) {
         *--p = static_cast<char>('0' + v % 10);
         v /= 10;
-    } while (v);
+    }
+    unsigned n = static_cast<unsigned>(v);
+    while (n >= 100) {
+        const unsigned pair = (n % 100) * 2;
+        n /= 100;
+        *--p = kDigitPairs[pair + 1];
+        *--p = kDigitPairs[pair];
+    }
+    if (n >= 10) {
+        *--p = kDigitPairs[n * 2 + 1];
+        *--p = kDigitPairs[n * 2];
+    } else {
+        *--p = static_cast<char>('0' + n);
+    }
     return p;
 }
 }  // namespace

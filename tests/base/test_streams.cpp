@@ -154,3 +154,20 @@ TEST(KtOutputStream, PiecesOfEveryLengthArriveIntact) {
         }
     EXPECT_EQ(std::string(out.data(), out.size()), expected);
 }
+
+TEST(KtOutputStream, NumbersMatchTheirDecimalText) {
+    const unsigned long long unsignedValues[] = {0, 7, 9, 10, 42, 99, 100, 101, 999, 1000, 5060, 65535, 314159,
+                                                 4294967295ull, 4294967296ull, 10000000000ull, 18446744073709551615ull};
+    for (unsigned long long v : unsignedValues) {
+        KtByteArrayOutputStream out(4);
+        out << v;
+        EXPECT_EQ(std::string(out.data(), out.size()), std::to_string(v));
+    }
+    const long long signedValues[] = {0, -1, -10, -99, -100, 2147483647, -2147483647 - 1, -9223372036854775807ll - 1,
+                                      9223372036854775807ll};
+    for (long long v : signedValues) {
+        KtByteArrayOutputStream out(4);
+        out << v;
+        EXPECT_EQ(std::string(out.data(), out.size()), std::to_string(v));
+    }
+}
