@@ -145,7 +145,7 @@ public:
     void read(KtInputStream& in, unsigned count);
 
 private:
-    static constexpr unsigned INLINE_CAPACITY = 31;
+    static constexpr unsigned INLINE_CAPACITY = 63;
     void grow(unsigned needed);
     char* m_pData;
     unsigned m_Length;

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <sched.h>
+#include <string>
 #include <thread>
 #include <tuple>
 #include <vector>
@@ -68,8 +69,9 @@ TEST(MemPool, BlocksAreReusedOnceWarm) {
 TEST(MemPool, CountersBalanceWhenObjectsMoveBetweenThreads) {
     Torvane::PoolStats before = Torvane::MemPool::sStatsFor("KtString");
     std::vector<KtString> made;
+    const std::string longText(200, 'x');  // longer than the inline room of a buffer
     std::thread producer([&] {
-        for (int i = 0; i < 5000; ++i) made.push_back(KtString("a string longer than the inline room of a buffer"));
+        for (int i = 0; i < 5000; ++i) made.push_back(KtString(longText.c_str()));
     });
     producer.join();  // the producer's thread cache is folded into the pool when it ends
     Torvane::PoolStats during = Torvane::MemPool::sStatsFor("KtString");
