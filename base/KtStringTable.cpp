@@ -15,34 +15,33 @@ unsigned KtStringTable::key(const char* text, unsigned length) noexcept {
     return length * 131u + p[0] * 31u + p[length - 1] * 7u + p[length / 2];
 }
 
-KtStringTable::KtStringTable(std::initializer_list<const char*> words) {
-    m_Words.reserve(words.size());
-    unsigned slots = 16;
-    while (slots < 2 * words.size()) slots *= 2;
-    m_Slots.resize(slots);
+KtStringTable::KtStringTable(std::initializer_list<const char*> words) : m_pWords(nullptr), m_Size(0) {
+    KtString* kept = new KtString[words.size()];
     for (const char* w : words) {
-        if (w == nullptr) continue;
+        if (w == nullptr || *w == '\0') continue;
         bool known = false;
-        for (const KtString& kept : m_Words) known = known || kept == w;
-        if (!known) m_Words.push_back(KtString::sStatic(w));
+        for (unsigned i = 0; i < m_Size && !known; ++i) known = kept[i] == w;
+        if (!known) kept[m_Size++] = KtString::sStatic(w);
     }
-    // The slots point into m_Words, which no longer grows.
-    for (const KtString& w : m_Words) {
-        unsigned i = key(w.c_str(), w.length()) & (slots - 1);
-        while (m_Slots[i].word != nullptr) i = (i + 1) & (slots - 1);
-        m_Slots[i].word = &w;
+    m_pWords = kept;
+    unsigned slots = 16;
+    while (slots < 2 * m_Size) slots *= 2;
+    m_Slots.assign(slots, nullptr);
+    for (unsigned w = 0; w < m_Size; ++w) {
+        unsigned i = key(m_pWords[w].c_str(), m_pWords[w].length()) & (slots - 1);
+        while (m_Slots[i] != nullptr) i = (i + 1) & (slots - 1);
+        m_Slots[i] = &m_pWords[w];
     }
 }
 
 const KtString* KtStringTable::find(const char* text, unsigned length) const noexcept {
-    if (m_Words.empty() || length == 0) return nullptr;
+    if (m_Size == 0 || length == 0) return nullptr;
     const unsigned mask = static_cast<unsigned>(m_Slots.size()) - 1;
     for (unsigned i = key(text, length) & mask;; i = (i + 1) & mask) {
-        const KtString* w = m_Slots[i].word;
-        if (w == nullptr) break;
+        const KtString* w = m_Slots[i];
+        if (w == nullptr) return nullptr;
         if (w->length() == length && std::memcmp(w->c_str(), text, length) == 0) return w;
     }
-    return nullptr;
 }
 
 KtString KtStringTable::make(const char* text, unsigned length) const {

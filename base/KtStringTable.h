@@ -13,10 +13,11 @@ class KtInputStream;
 /// word the table holds shares the constant instead of allocating a string of its own; the
 /// result is the same text, and a holder that changes it gets its own copy (copy on write).
 /// The table is filled by its constructor and only read afterwards, so any number of threads
-/// may use it at once; make it a static of storage duration that outlives its users.
+/// may use it at once. Its constants are immortal and so is the list that holds them (never
+/// freed, and reachable from the table until the process ends): make the table a static.
 class KtStringTable {
 public:
-    /// A table of `words` (NUL-terminated; duplicates are kept once).
+    /// A table of `words` (NUL-terminated; duplicates are kept once, empty words ignored).
     explicit KtStringTable(std::initializer_list<const char*> words);
     KtStringTable(const KtStringTable&) = delete;
     KtStringTable& operator=(const KtStringTable&) = delete;
@@ -34,15 +35,13 @@ public:
     KtString parse(KtInputStream& in, const KtDelimiterSet& delimiters, bool trim) const;
 
     /// Number of words held.
-    unsigned size() const noexcept { return static_cast<unsigned>(m_Words.size()); }
+    unsigned size() const noexcept { return m_Size; }
 
 private:
-    struct Slot {
-        const KtString* word = nullptr;
-    };
     static unsigned key(const char* text, unsigned length) noexcept;
-    std::vector<KtString> m_Words;
-    std::vector<Slot> m_Slots;  // open addressing, a power of two at least twice the words
+    const KtString* m_pWords;  // the constants; never freed, like the strings they hold
+    unsigned m_Size;
+    std::vector<const KtString*> m_Slots;  // open addressing, a power of two at least twice the words
 };
 
 #endif
