@@ -149,6 +149,8 @@ public:
     const KtHandle<KtSipHeader>& getNext() const { return m_Next; }
     /// Replaces the rest of the chain.
     void setNext(const KtHandle<KtSipHeader>& next) { m_Next = next; }
+    /// Replaces the rest of the chain with the header `next` held (no reference counted).
+    void setNext(KtHandle<KtSipHeader>&& next) { m_Next = std::move(next); }
     /// The header's kind.
     HeaderID getHeaderID() const { return m_HeaderID; }
     /// The text doSerialize writes, as a string.

@@ -344,7 +344,7 @@ void KtSipMessage::parseHeaders(KtInputStream& in) {
         if (header.isNil())
             setStatusIfValid(STATUS_BAD_HEADER);
         else
-            appendParsedHeader(header, tails);
+            appendParsedHeader(std::move(header), tails);
         // Every header reader consumes its line; should one ever stop without consuming
         // anything, skip the line here so that the loop always advances.
         if (in.current() == before) KtStreamTokenizer::sDiscardLine(in);
@@ -362,20 +362,21 @@ void KtSipMessage::parseHeaders(KtInputStream& in) {
     m_Status = STATUS_PARSE_FAILED;
 }
 
-void KtSipMessage::appendParsedHeader(const KtHandle<KtSipHeader>& header, KtSipHeader** tails) {
+void KtSipMessage::appendParsedHeader(KtHandle<KtSipHeader>&& header, KtSipHeader** tails) {
     const int id = header->getHeaderID();
     if (!isSlot(id)) {
         TORVANE_ASSERT(isSlot(id));
         return;
     }
+    KtSipHeader* const last = lastOf(header.get());
     KtHandle<KtSipHeader>& slot = m_Headers[id];
     if (slot.isNil()) {
-        addHeaderByID(header);
+        placeFirst(static_cast<HeaderID>(id), std::move(header));
     } else {
         KtSipHeader* tail = tails[id] != nullptr ? tails[id] : lastOf(slot.get());
-        tail->setNext(header);
+        tail->setNext(std::move(header));
     }
-    tails[id] = lastOf(header.get());
+    tails[id] = last;
 }
 
 void KtSipMessage::parseBody(KtInputStream& in) {
@@ -503,8 +504,12 @@ void KtSipMessage::addHeaderByID(const KtHandle<KtSipHeader>& header) {
         TORVANE_ASSERT(isSlot(id));
         return;
     }
-    m_Headers[id] = header;
-    if (!m_HeaderOrder.append(static_cast<HeaderID>(id)))
+    placeFirst(static_cast<HeaderID>(id), KtHandle<KtSipHeader>(header));
+}
+
+void KtSipMessage::placeFirst(HeaderID id, KtHandle<KtSipHeader>&& header) {
+    m_Headers[id] = std::move(header);
+    if (!m_HeaderOrder.append(id))
         TORVANE_DEBUG(fileLogger(), "KtSipMessage::addHeaderByID : header order full, entry dropped");
 }
 

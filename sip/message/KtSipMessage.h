@@ -252,8 +252,12 @@ protected:
         if (m_Status == STATUS_VALID) m_Status = status;
     }
     /// Appends `header` to the chain of its kind using `tails` (the last header of each
-    /// chain, filled lazily) so that long header sections are added in linear time.
-    void appendParsedHeader(const KtHandle<KtSipHeader>& header, KtSipHeader** tails);
+    /// chain, filled lazily) so that long header sections are added in linear time. The
+    /// handle is moved into the message (no reference taken and dropped per header).
+    void appendParsedHeader(KtHandle<KtSipHeader>&& header, KtSipHeader** tails);
+    /// Puts `header` into the empty slot `id` (a valid slot) and records the kind in the
+    /// header order.
+    void placeFirst(HeaderID id, KtHandle<KtSipHeader>&& header);
     /// The steps of addHeader without the lock; `who` names the operation in the log line.
     void addUnlocked(const KtHandle<KtSipHeader>& header, bool prepend, const char* who);
     /// Replaces the body by a copy of `length` bytes (null body gives zero bytes).
