@@ -66,18 +66,11 @@ KtString KtStringTable::parse(KtInputStream& in, const KtDelimiterSet& delimiter
         }
         return make(start, static_cast<unsigned>(p - start));
     }
-    // The word runs to the end of the window: collected across refills.
+    // The word runs to the end of the window: the string buffer's reader collects it across
+    // refills (nothing is consumed yet but the blanks it would skip too).
     KtString word("");
     KtStringBuffer* buffer = word.mutableBuffer();
-    for (;;) {
-        buffer->append(start, static_cast<unsigned>(p - start));
-        in.setCurrent(p);
-        if (p < end || !in.fill()) break;
-        start = in.current();
-        end = in.end();
-        p = start;
-        while (p < end && !delimiters.contains(static_cast<unsigned char>(*p))) ++p;
-    }
+    buffer->parse(in, delimiters);
     if (trim) buffer->trim();
     if (const KtString* w = find(buffer->c_str(), buffer->length())) return *w;
     return word;

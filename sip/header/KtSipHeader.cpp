@@ -150,20 +150,31 @@ struct PlainLine {
     unsigned nameLength = 0;     // the name before the colon, trailing blanks stripped
 };
 
-inline bool findPlainLine(const KtInputStream& in, unsigned textMax, PlainLine& line) {
+// The usual line lies whole in the stream's window, ends in CR LF, holds no other CR and is
+// not folded (the byte after its LF is neither space nor tab): returns its length up to the
+// CR, or -1 when the general line collection must run.
+inline int plainLineLength(const KtInputStream& in, unsigned textMax) {
     const char* p = in.current();
     const char* end = in.end();
-    if (p >= end || *p == ' ' || *p == '\t') return false;
+    if (p >= end) return -1;
     const char* nl = static_cast<const char*>(std::memchr(p, '\n', static_cast<std::size_t>(end - p)));
-    if (nl == nullptr || nl == p || nl[-1] != '\r' || nl + 1 >= end || nl[1] == ' ' || nl[1] == '\t') return false;
+    if (nl == nullptr || nl == p || nl[-1] != '\r' || nl + 1 >= end || nl[1] == ' ' || nl[1] == '\t') return -1;
     const unsigned length = static_cast<unsigned>(nl - 1 - p);
-    if (length > textMax) return false;
+    if (length > textMax || std::memchr(p, '\r', length) != nullptr) return -1;
+    return static_cast<int>(length);
+}
+
+inline bool findPlainLine(const KtInputStream& in, unsigned textMax, PlainLine& line) {
+    const char* p = in.current();
+    if (p >= in.end() || *p == ' ' || *p == '\t') return false;
+    const int lineLength = plainLineLength(in, textMax);
+    if (lineLength < 0) return false;
+    const unsigned length = static_cast<unsigned>(lineLength);
     const char* nameEnd = p + (length < KtSipHeader::NAME_BUFFER_SIZE - 1 ? length : KtSipHeader::NAME_BUFFER_SIZE - 1);
     const char* q = p;
-    static const KtDelimiterSet nameStops(":\r", 3);  // the colon, a CR, a NUL
+    static const KtDelimiterSet nameStops(":", 2);  // the colon or a NUL (the line holds no CR)
     while (q < nameEnd && !nameStops.contains(static_cast<unsigned char>(*q))) ++q;
     if (q == nameEnd || *q != ':') return false;
-    if (std::memchr(q, '\r', static_cast<std::size_t>(nl - 1 - q)) != nullptr) return false;
     unsigned n = static_cast<unsigned>(q - p);
     while (n > 0 && isBlankOrEol(p[n - 1])) --n;
     if (n == 0) return false;
@@ -225,19 +236,14 @@ void KtSipHeader::parse(KtInputStream& in) {
     // to it must fit the 1024-byte buffer; a longer line is read to its end and refused.
     const unsigned kTextMax = LINE_BUFFER_SIZE - 2;
 
-    // The usual line lies whole in the stream's window, ends in CR LF, holds no other CR and
-    // is not folded: it is read where it stands, its CR LF serving as the value's end.
-    {
+    // The usual line (see plainLineLength) is read where it stands, its CR LF serving as the
+    // value's end.
+    const int plain = plainLineLength(in, kTextMax);
+    if (plain >= 0) {
         const char* p = in.current();
-        const char* end = in.end();
-        const char* nl = static_cast<const char*>(std::memchr(p, '\n', static_cast<std::size_t>(end - p)));
-        if (nl != nullptr && nl > p && nl[-1] == '\r' && nl + 1 < end && nl[1] != ' ' && nl[1] != '\t' &&
-            static_cast<unsigned>(nl - 1 - p) <= kTextMax &&
-            std::memchr(p, '\r', static_cast<std::size_t>(nl - 1 - p)) == nullptr) {
-            in.setCurrent(nl + 1);
-            parseLine(p, static_cast<unsigned>(nl - 1 - p));
-            return;
-        }
+        in.setCurrent(p + plain + 2);
+        parseLine(p, static_cast<unsigned>(plain));
+        return;
     }
 
     char line[LINE_BUFFER_SIZE];
