@@ -10,12 +10,6 @@ namespace {
 
 inline bool isBlank(int c) { return c == ' ' || c == '\t'; }
 
-// Trims blanks (space, tab, CR, LF) from both ends of [begin, end).
-inline void trimRange(const char*& begin, const char*& end) {
-    while (begin < end && (*begin == ' ' || *begin == '\t' || *begin == '\r' || *begin == '\n')) ++begin;
-    while (end > begin && (end[-1] == ' ' || end[-1] == '\t' || end[-1] == '\r' || end[-1] == '\n')) --end;
-}
-
 Torvane::MemPool& paramPool() {
     static Torvane::MemPool& pool = Torvane::MemPool::sGet("KtParameters");
     return pool;
@@ -225,8 +219,8 @@ bool KtParameters::parsePairInPlace(KtInputStream& in, bool commaEnds, int& stop
     const char* vb = eq ? eq + 1 : p;
     const char* ve = p;
     if (static_cast<unsigned>(ne - nb) > kMax || static_cast<unsigned>(ve - vb) > kMax) return false;
-    trimRange(nb, ne);
-    trimRange(vb, ve);
+    ktTrimRange(nb, ne);
+    ktTrimRange(vb, ve);
     if (ne > nb) setUnlocked(nb, static_cast<unsigned>(ne - nb), vb, static_cast<unsigned>(ve - vb), eq != nullptr);
     in.setCurrent(p);
     stop = c;
@@ -277,10 +271,10 @@ void KtParameters::parseUnlocked(KtInputStream& in) {
             }
             const char* nb = name;
             const char* ne = name + nameLen;
-            trimRange(nb, ne);
+            ktTrimRange(nb, ne);
             const char* vb = value;
             const char* ve = value + valueLen;
-            trimRange(vb, ve);
+            ktTrimRange(vb, ve);
             if (ne > nb)
                 setUnlocked(nb, static_cast<unsigned>(ne - nb), vb, static_cast<unsigned>(ve - vb), inValue);
         }

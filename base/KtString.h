@@ -38,6 +38,15 @@ inline void ktCopyBytes(char* to, const char* from, unsigned n) noexcept {
     }
 }
 
+/// True for the white space of message text: space, tab, CR, LF.
+inline bool ktIsWhite(char c) noexcept { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }
+
+/// Narrows [begin, end) to leave out white space (ktIsWhite) at both ends.
+inline void ktTrimRange(const char*& begin, const char*& end) noexcept {
+    while (begin < end && ktIsWhite(*begin)) ++begin;
+    while (end > begin && ktIsWhite(end[-1])) --end;
+}
+
 /// A set of delimiter bytes as a table of 256 flags: membership is one byte load, which the
 /// scanning loops of the parsers run once per input byte.
 class KtDelimiterSet {

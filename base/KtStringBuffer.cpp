@@ -14,7 +14,6 @@ Torvane::MemPool& textPool() {
     return pool;
 }
 
-inline bool isWhite(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }
 inline char lower(char c) { return (c >= 'A' && c <= 'Z') ? static_cast<char>(c + 32) : c; }
 inline char upper(char c) { return (c >= 'a' && c <= 'z') ? static_cast<char>(c - 32) : c; }
 
@@ -162,9 +161,9 @@ void KtStringBuffer::toUpper() noexcept {
 
 void KtStringBuffer::trim() noexcept {
     unsigned begin = 0;
-    while (begin < m_Length && isWhite(m_pData[begin])) ++begin;
+    while (begin < m_Length && ktIsWhite(m_pData[begin])) ++begin;
     unsigned end = m_Length;
-    while (end > begin && isWhite(m_pData[end - 1])) --end;
+    while (end > begin && ktIsWhite(m_pData[end - 1])) --end;
     if (begin) std::memmove(m_pData, m_pData + begin, end - begin);
     m_Length = end - begin;
     m_pData[m_Length] = '\0';

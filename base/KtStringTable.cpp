@@ -5,10 +5,6 @@
 
 #include "KtInputStream.h"
 
-namespace {
-inline bool isWhite(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }
-}  // namespace
-
 unsigned KtStringTable::key(const char* text, unsigned length) noexcept {
     if (length == 0) return 0;
     const unsigned char* p = reinterpret_cast<const unsigned char*>(text);
@@ -61,8 +57,7 @@ KtString KtStringTable::parse(KtInputStream& in, const KtDelimiterSet& delimiter
         // The usual case: the word and its delimiter lie in the window; it is read in place.
         in.setCurrent(p);
         if (trim) {
-            while (start < p && isWhite(*start)) ++start;
-            while (p > start && isWhite(p[-1])) --p;
+            ktTrimRange(start, p);
         }
         return make(start, static_cast<unsigned>(p - start));
     }

@@ -10,10 +10,6 @@ TORVANE_FILE_LOGGER("calvoran.kt.KtSipDigestPairReader")
 
 namespace {
 
-bool isBlank(char c) {
-    return c == ' ' || c == '\t' || c == '\r' || c == '\n';
-}
-
 /// Lower-cases ASCII letters in place.
 void lowerCase(char* text, unsigned length) {
     for (unsigned i = 0; i < length; ++i) {
@@ -66,12 +62,11 @@ void KtSipDigestPairReader::sRead(KtInputStream& in, KtParameters& pairs, NameCa
                 if (haveName) {
                     store(ch);
                 } else {
-                    unsigned begin = segment;
-                    unsigned end = write;
-                    while (begin < end && isBlank(buffer[begin])) ++begin;
-                    while (end > begin && isBlank(buffer[end - 1])) --end;
-                    nameLength = end - begin;
-                    std::memcpy(name, buffer + begin, nameLength);
+                    const char* begin = buffer + segment;
+                    const char* end = buffer + write;
+                    ktTrimRange(begin, end);
+                    nameLength = static_cast<unsigned>(end - begin);
+                    std::memcpy(name, begin, nameLength);
                     name[nameLength] = '\0';
                     haveName = true;
                     segment = write;

@@ -81,7 +81,6 @@ struct Registry {
 // static tokens of the header classes, which live as long).
 Registry* gRegistry = nullptr;
 
-inline bool isBlankOrEol(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }
 
 }  // namespace
 
@@ -176,7 +175,7 @@ inline bool findPlainLine(const KtInputStream& in, unsigned textMax, PlainLine& 
     while (q < nameEnd && !nameStops.contains(static_cast<unsigned char>(*q))) ++q;
     if (q == nameEnd || *q != ':') return false;
     unsigned n = static_cast<unsigned>(q - p);
-    while (n > 0 && isBlankOrEol(p[n - 1])) --n;
+    while (n > 0 && ktIsWhite(p[n - 1])) --n;
     if (n == 0) return false;
     line.text = p;
     line.length = length;
@@ -211,7 +210,7 @@ KtHandle<KtSipHeader> KtSipHeader::sConstructFrom(KtInputStream& in) {
     static const KtDelimiterSet nameEnd(":\r\n");
     char name[NAME_BUFFER_SIZE];
     int n = KtStreamTokenizer::sPeekToken(in, nameEnd, name, NAME_BUFFER_SIZE);
-    while (n > 0 && isBlankOrEol(name[n - 1])) name[--n] = '\0';
+    while (n > 0 && ktIsWhite(name[n - 1])) name[--n] = '\0';
     if (n <= 0) {
         KtStreamTokenizer::sDiscardLine(in);
         KtSipParseError::sThrow("Header token expected");
@@ -294,8 +293,7 @@ void KtSipHeader::parseLine(const char* line, unsigned n, const char* colon) {
     if (colon == nullptr) KtSipParseError::sThrow("Header colon expected");
     const char* nb = line;
     const char* ne = colon;
-    while (nb < ne && isBlankOrEol(*nb)) ++nb;
-    while (ne > nb && isBlankOrEol(ne[-1])) --ne;
+    ktTrimRange(nb, ne);
     unsigned nameLength = static_cast<unsigned>(ne - nb);
     if (m_Token.length() != nameLength || std::memcmp(m_Token.c_str(), nb, nameLength) != 0)
         m_Token = KtString(nb, nameLength);

@@ -14,8 +14,6 @@ namespace {
 // Size of the work buffer for the text in front of the URI (at most 1023 characters).
 const unsigned kNameBufferSize = 1024;
 const char kTooLong[] = "Invalid SIP Name Address";
-
-inline bool isWhite(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }
 }  // namespace
 
 KtSipNameAddress::KtSipNameAddress() : m_URI(new KtURI()), m_AngleBrackets(false), m_URIInBracket(false) {}
@@ -99,10 +97,10 @@ void KtSipNameAddress::parse(KtInputStream& in) {
         if (c == '<') {
             // The text before "<", trimmed; the usual empty one shares a constant.
             static const KtString sEmpty = KtString::sStatic("");
-            unsigned b = 0;
-            while (b < w && isWhite(buffer[b])) ++b;
-            while (w > b && isWhite(buffer[w - 1])) --w;
-            m_DisplayName = w == b ? sEmpty : KtString(buffer + b, w - b);
+            const char* b = buffer;
+            const char* e = buffer + w;
+            ktTrimRange(b, e);
+            m_DisplayName = e == b ? sEmpty : KtString(b, static_cast<unsigned>(e - b));
             m_AngleBrackets = true;
             break;
         }
