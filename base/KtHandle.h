@@ -41,6 +41,17 @@ public:
     void clear() noexcept { assignObject(nullptr); }
 
 protected:
+    /// The object, read with acquire ordering: for a handle that fillIfNil may fill from
+    /// another thread.
+    const KtObject* loadAcquire() const noexcept { return __atomic_load_n(&m_pObject, __ATOMIC_ACQUIRE); }
+    /// Stores `object` (taking a reference) when the handle is still nil; when another thread
+    /// stored one first, `object` is released (and freed if nothing else holds it).
+    void fillIfNil(const KtObject* object) noexcept {
+        object->addRefInline();
+        const KtObject* expected = nullptr;
+        if (!__atomic_compare_exchange_n(&m_pObject, &expected, object, false, __ATOMIC_ACQ_REL, __ATOMIC_ACQUIRE))
+            object->releaseInline();
+    }
     /// Releases the old object and takes a reference on the new one.
     void assignObject(const KtObject* object) noexcept {
         if (object) object->addRefInline();

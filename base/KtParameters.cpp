@@ -43,6 +43,16 @@ KtParameters::~KtParameters() {
 
 KtParameters* KtParameters::clone() const { return new KtParameters(*this); }
 
+KtParameters* KtParameters::sNewSemicolonList() { return new KtParameters(';'); }
+
+KtHandle<KtParameters> KtParameters::sCloneOf(const KtParameters* list) {
+    return list != nullptr ? KtHandle<KtParameters>(list->clone()) : KtHandle<KtParameters>();
+}
+
+KtString KtParameters::sValueIn(const KtParameters* list, const char* name) {
+    return list != nullptr ? list->getValue(name) : KtString();
+}
+
 KtMutex& KtParameters::createMutex() const {
     KtMutex* created = new KtMutex();
     KtMutex* expected = nullptr;

@@ -5,6 +5,7 @@
 #include <atomic>
 
 #include "KtInputStream.h"
+#include "KtLazyHandle.h"
 #include "KtMutex.h"
 #include "KtOutputStream.h"
 #include "KtString.h"
@@ -21,6 +22,12 @@ public:
     ~KtParameters() override;
     KtParameters& operator=(const KtParameters&) = delete;
     KtParameters* clone() const override;
+    /// A new empty list separated by ";": the maker of the lists in a KtLazyParameters.
+    static KtParameters* sNewSemicolonList();
+    /// A clone of `list`; nil when `list` is null (a lazy list not made yet).
+    static KtHandle<KtParameters> sCloneOf(const KtParameters* list);
+    /// The value of `name` in `list` as getValue gives it; empty when `list` is null.
+    static KtString sValueIn(const KtParameters* list, const char* name);
 
     /// Reads pairs separated by the separator from `in`, appending them (a name already in
     /// the list has its value replaced). White space around names, values and separators is
@@ -159,5 +166,8 @@ private:
     Pair m_InlinePairs[kInlinePairs];
     char m_InlineText[kInlineText];
 };
+
+/// A ";"-separated list made on first use, for owners that most often have no parameters.
+using KtLazyParameters = KtLazyHandle<KtParameters, &KtParameters::sNewSemicolonList>;
 
 #endif

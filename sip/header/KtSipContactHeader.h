@@ -32,7 +32,7 @@ public:
     /// Makes the header a wildcard (or not).
     void setWildcard(bool wildcard) { m_wildcard = wildcard; }
     /// The "expires" parameter; nil when absent.
-    KtString getExpires() const { return m_parameters.isNil() ? KtString() : m_parameters->getValue("expires"); }
+    KtString getExpires() const { return KtParameters::sValueIn(m_parameters.peek(), "expires"); }
     /// The comment (nil or empty when none).
     const KtString& getComment() const { return m_comment; }
     /// Sets the comment written after the parameters (null or "" removes it).

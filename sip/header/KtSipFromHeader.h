@@ -35,7 +35,7 @@ public:
     void checkValidity();
 
     /// The "tag" parameter; nil when absent.
-    KtString getTag() const { return m_parameters->getValue(KtSipHeader::sTagToken); }
+    KtString getTag() const { return KtParameters::sValueIn(m_parameters.peek(), KtSipHeader::sTagToken); }
     /// Sets the "tag" parameter.
     void setTag(const char* tag) { m_parameters->setValue(KtSipHeader::sTagToken, tag); }
 };

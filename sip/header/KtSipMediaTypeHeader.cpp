@@ -18,21 +18,18 @@ const KtDelimiterSet& typeDelimiters() {
 }  // namespace
 
 KtSipMediaTypeHeader::KtSipMediaTypeHeader(const KtString& token, HeaderID id)
-    : KtSipHeader(token, id), m_parameters(new KtParameters(';')) {}
+    : KtSipHeader(token, id) {}
 
 KtSipMediaTypeHeader::KtSipMediaTypeHeader(const KtSipMediaTypeHeader& other)
     : KtSipHeader(other),
       m_type(other.m_type),
       m_subtype(other.m_subtype),
-      m_parameters(other.m_parameters.isNil() ? new KtParameters(';') : other.m_parameters->clone()) {}
+      m_parameters(KtParameters::sCloneOf(other.m_parameters.peek())) {}
 
 KtSipMediaTypeHeader::~KtSipMediaTypeHeader() {}
 
 void KtSipMediaTypeHeader::setParameters(const KtHandle<KtParameters>& parameters) {
-    if (parameters.isNil())
-        m_parameters = new KtParameters(';');
-    else
-        m_parameters = parameters;
+    m_parameters = parameters;  // nil: an empty list, made on first use
 }
 
 void KtSipMediaTypeHeader::doParse(KtInputStream& in) {
@@ -60,7 +57,7 @@ void KtSipMediaTypeHeader::doParse(KtInputStream& in) {
 void KtSipMediaTypeHeader::doSerialize(KtOutputStream& out) const {
     TORVANE_TRACE_SCOPE(fileLogger(), "KtSipMediaTypeHeader::doSerialize");
     out << m_type << '/' << m_subtype;
-    m_parameters->serializeWithLead(out, ';');
+    if (const KtParameters* parameters = m_parameters.peek()) parameters->serializeWithLead(out, ';');
 }
 
 KtString KtSipMediaTypeHeader::joinMedia() const {

@@ -12,7 +12,7 @@ public:
     ~KtSipMediaTypeHeader() override;
 
     /// The parameters (never nil).
-    const KtHandle<KtParameters>& getParameters() const { return m_parameters; }
+    const KtHandle<KtParameters>& getParameters() const { return m_parameters.get(); }
     /// Replaces the parameter list (held, not copied); nil gives an empty list.
     void setParameters(const KtHandle<KtParameters>& parameters);
 
@@ -38,7 +38,7 @@ protected:
 
     KtConstString m_type;
     KtConstString m_subtype;
-    KtHandle<KtParameters> m_parameters;
+    KtLazyParameters m_parameters;  // made on first use: most headers have no parameters
 };
 
 #endif

@@ -6,19 +6,16 @@
 TORVANE_FILE_LOGGER("calvoran.kt.KtSipNameAddrParamsHeader")
 
 KtSipNameAddrParamsHeader::KtSipNameAddrParamsHeader(const KtString& token, HeaderID id)
-    : KtSipNameAddrHeader(token, id), m_parameters(new KtParameters(';')) {}
+    : KtSipNameAddrHeader(token, id) {}
 
 KtSipNameAddrParamsHeader::KtSipNameAddrParamsHeader(const KtSipNameAddrParamsHeader& other)
     : KtSipNameAddrHeader(other),
-      m_parameters(other.m_parameters.isNil() ? new KtParameters(';') : other.m_parameters->clone()) {}
+      m_parameters(KtParameters::sCloneOf(other.m_parameters.peek())) {}
 
 KtSipNameAddrParamsHeader::~KtSipNameAddrParamsHeader() {}
 
 void KtSipNameAddrParamsHeader::setParameters(const KtHandle<KtParameters>& parameters) {
-    if (parameters.isNil())
-        m_parameters = new KtParameters(';');
-    else
-        m_parameters = parameters;
+    m_parameters = parameters;  // nil: an empty list, made on first use
 }
 
 void KtSipNameAddrParamsHeader::doParse(KtInputStream& in) {
@@ -40,23 +37,22 @@ void KtSipNameAddrParamsHeader::parseParameters(KtInputStream& in) {
     // 127 is negative as a signed byte and ends it too. The character stays consumed.
     if (static_cast<signed char>(c) <= 13 || c < 0) return;
     if (c != ';') in.reset();
-    if (m_parameters.isNil()) m_parameters = new KtParameters(';');
     m_parameters->parseUnshared(in);
 }
 
 void KtSipNameAddrParamsHeader::serializeParameters(KtOutputStream& out) const {
-    if (!m_parameters.isNil()) m_parameters->serializeWithLead(out, ';');
+    if (const KtParameters* parameters = m_parameters.peek()) parameters->serializeWithLead(out, ';');
 }
 
 void KtSipNameAddrParamsHeader::assignClones(const KtHandle<KtSipNameAddress>& nameAddress,
                                              const KtHandle<KtParameters>& parameters) {
     m_nameAddress = nameAddress.isNil() ? new KtSipNameAddress() : nameAddress->clone();
-    m_parameters = parameters.isNil() ? new KtParameters(';') : parameters->clone();
+    m_parameters = KtParameters::sCloneOf(parameters.get());
 }
 
 void KtSipNameAddrParamsHeader::assignURL(const KtHandle<KtSipURL>& url, const KtHandle<KtParameters>& parameters) {
     m_nameAddress = new KtSipNameAddress("", KtHandle<KtURI>(url));
-    m_parameters = parameters.isNil() ? new KtParameters(';') : parameters->clone();
+    m_parameters = KtParameters::sCloneOf(parameters.get());
 }
 
 void KtSipNameAddrParamsHeader::checkAddress(const char* message, bool fresh) {
@@ -71,20 +67,19 @@ void KtSipNameAddrParamsHeader::checkAddress(const char* message, bool fresh) {
     // as an assertion failure).
     KtHandle<KtSipURL> url = uri.dynamicCast<KtSipURL>();
     if (url.isNil()) return;
+    // The URL headers are dropped only when the URL has parameters: one without keeps them.
+    // Its lists are made on first use, so neither is touched unless it holds something.
+    if (!url->hasParameters()) return;
     KtParameters& parameters = *url->getParameters();
-    KtParameters& headers = *url->getHeaders();
     if (fresh) {
-        if (parameters.sizeUnshared() == 0) return;
         parameters.removeValueUnshared("transport");
         parameters.removeValueUnshared("maddr");
         parameters.removeValueUnshared("ttl");
-        // The URL headers are dropped only in this branch: a URL without parameters keeps them.
-        headers.clearUnshared();
+        if (url->hasHeaders()) url->getHeaders()->clearUnshared();
         return;
     }
-    if (!url->hasParameters()) return;
     parameters.removeValue("transport");
     parameters.removeValue("maddr");
     parameters.removeValue("ttl");
-    headers.clear();
+    if (url->hasHeaders()) url->getHeaders()->clear();
 }

@@ -14,11 +14,11 @@ public:
     ~KtSipNameAddrParamsHeader() override;
 
     /// The header parameters (never nil).
-    const KtHandle<KtParameters>& getParameters() const { return m_parameters; }
+    const KtHandle<KtParameters>& getParameters() const { return m_parameters.get(); }
     /// Replaces the parameter list (held, not copied); nil gives an empty list.
     void setParameters(const KtHandle<KtParameters>& parameters);
     /// The value of header parameter `name`; nil when absent or without value.
-    KtString getParameter(const char* name) const { return m_parameters->getValue(name); }
+    KtString getParameter(const char* name) const { return KtParameters::sValueIn(m_parameters.peek(), name); }
 
     /// Reads the name-address, then the parameters that follow it (see parseParameters).
     void doParse(KtInputStream& in) override;
@@ -49,7 +49,7 @@ protected:
     /// other thread can reach its lists, so they are changed without their mutexes.
     void checkAddress(const char* message, bool fresh = false);
 
-    KtHandle<KtParameters> m_parameters;
+    KtLazyParameters m_parameters;  // made on first use: most headers have no parameters
 };
 
 #endif

@@ -109,7 +109,7 @@ void KtSipRequest::addDialogHeaders(const KtHandle<KtSipHeader>& from, const KtH
 
 void KtSipRequest::liftTargetHeaders() {
     const KtSipURL* url = m_URI->isSipURL() ? ktCast<const KtSipURL>(m_URI.get()) : nullptr;
-    if (url == nullptr || url->getHeaders().isNil()) return;
+    if (url == nullptr || !url->hasHeaders()) return;
     // The body entry is read to its end only when no Content-Length bounds it: without
     // this the length set above would cut the entry short (or read none of it).
     const KtHandle<KtParameters> headers = url->getHeaders();
@@ -302,10 +302,8 @@ void KtSipRequest::insertViaHeader(const char* host, unsigned int port, const ch
 void KtSipRequest::stripSipURLHeaders() {
     if (m_URI.isNil() || !m_URI->isSipURL()) return;
     KtSipURL* url = ktCast<KtSipURL>(m_URI.get());
-    if (url == nullptr || url->getHeaders().isNil()) return;
-    // The usual request URI has no headers: that is told without the list's mutex (which a
-    // list held by its URL alone does not need).
-    if (url->getHeaders()->sizeUnshared() == 0) return;
+    // The usual request URI has no headers (its list is not even made).
+    if (url == nullptr || !url->hasHeaders()) return;
     const KtHandle<KtParameters> headers = url->getHeaders();
     const unsigned count = headers->size();
     for (unsigned i = 0; i < count; ++i) {

@@ -16,30 +16,29 @@ const unsigned kNameBufferSize = 1024;
 const char kTooLong[] = "Invalid SIP Name Address";
 }  // namespace
 
-KtSipNameAddress::KtSipNameAddress() : m_URI(new KtURI()), m_AngleBrackets(false), m_URIInBracket(false) {}
+KtURI* KtSipNameAddress::sNewPlaceholder() { return new KtURI(); }
+
+KtSipNameAddress::KtSipNameAddress() : m_AngleBrackets(false), m_URIInBracket(false) {}
 
 KtSipNameAddress::KtSipNameAddress(const char* displayName, const KtHandle<KtURI>& uri)
-    : m_DisplayName(displayName), m_URI(uri.isNil() ? KtHandle<KtURI>(new KtURI()) : uri),
+    : m_DisplayName(displayName), m_URI(uri),
       m_AngleBrackets(displayName != nullptr && *displayName != '\0'), m_URIInBracket(true) {}
 
 KtSipNameAddress::KtSipNameAddress(const KtSipNameAddress& rNameAddress)
     : KtObject(), m_DisplayName(rNameAddress.m_DisplayName), m_AngleBrackets(rNameAddress.m_AngleBrackets),
       m_URIInBracket(rNameAddress.m_URIInBracket) {
     TORVANE_TRACE(fileLogger(), "KtSipNameAddress copy ctor");
-    if (!rNameAddress.m_URI.isNil()) {
-        m_URI = TORVANE_DYNCAST_ASSERT(KtURI, rNameAddress.m_URI->clone());
-    }
-    if (m_URI.isNil()) m_URI = new KtURI();
+    if (const KtURI* uri = rNameAddress.m_URI.peek()) m_URI = KtHandle<KtURI>(TORVANE_DYNCAST_ASSERT(KtURI, uri->clone()));
 }
 
 KtSipNameAddress::~KtSipNameAddress() {}
 
 KtSipNameAddress* KtSipNameAddress::clone() const { return new KtSipNameAddress(*this); }
 
-void KtSipNameAddress::setURI(const KtHandle<KtURI>& uri) { m_URI = uri.isNil() ? KtHandle<KtURI>(new KtURI()) : uri; }
+void KtSipNameAddress::setURI(const KtHandle<KtURI>& uri) { m_URI = uri; }
 
 KtHandle<KtSipURL> KtSipNameAddress::getURL() const {
-    KtURI* pObject = m_URI.get();
+    KtURI* pObject = m_URI.get().get();
     if (pObject == nullptr || !pObject->isSipURL()) {
         TORVANE_DEBUG(fileLogger(), "KtSipNameAddress::getURL returns NULL since "
                                         << (pObject ? pObject->getString() : KtString()) << " isn't a SIP URL");
@@ -123,7 +122,7 @@ void KtSipNameAddress::parse(KtInputStream& in) {
 void KtSipNameAddress::serialize(KtOutputStream& out) const {
     if (!m_DisplayName.empty()) out << m_DisplayName << " ";
     out << "<";
-    if (!m_URI.isNil()) m_URI->serialize(out);
+    m_URI->serialize(out);
     out << ">";
 }
 

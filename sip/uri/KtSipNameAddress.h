@@ -4,6 +4,7 @@
 
 #include "KtHandle.h"
 #include "KtInputStream.h"
+#include "KtLazyHandle.h"
 #include "KtOutputStream.h"
 #include "KtSipURL.h"
 #include "KtString.h"
@@ -46,7 +47,7 @@ public:
     /// Replaces the display name (written as given: quote it yourself when needed).
     void setDisplayName(const char* displayName) { m_DisplayName = KtString(displayName); }
     /// The URI (never nil in a constructed object).
-    const KtHandle<KtURI>& getURI() const { return m_URI; }
+    const KtHandle<KtURI>& getURI() const { return m_URI.get(); }
     /// Replaces the URI (shared, not copied). A nil handle is replaced by an empty URI.
     void setURI(const KtHandle<KtURI>& uri);
     /// The URI as a SIP URL; an empty handle (and an assertion report) when it is not one.
@@ -61,8 +62,12 @@ public:
     void setURIInBracket(bool inBracket) { m_URIInBracket = inBracket; }
 
 private:
+    static KtURI* sNewPlaceholder();
+
     KtString m_DisplayName;
-    KtHandle<KtURI> m_URI;
+    // Without a URI of its own a name-address holds an empty generic URI, made only when
+    // asked for: a parsed name-address gets its URI from the text and never needs one.
+    KtLazyHandle<KtURI, &KtSipNameAddress::sNewPlaceholder> m_URI;
     bool m_AngleBrackets;
     bool m_URIInBracket;
 };

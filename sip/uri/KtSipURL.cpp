@@ -127,18 +127,22 @@ void writeEscaped(KtOutputStream& out, const KtString& text) {
     out.write(p + start, n - start);
 }
 
+// The size of a list not made yet is zero.
+unsigned sizeOf(const KtParameters* list) { return list != nullptr ? list->size() : 0; }
+
+// The text of a list for the debug log; a list not made yet is empty.
+KtString textOf(const KtParameters* list) { return list != nullptr ? list->getString() : KtString(); }
+
 }  // namespace
 
 KtSipURL::KtSipURL()
-    : m_Port(DEFAULT_PORT), m_PortGiven(false), m_Parameters(new KtParameters(';')),
-      m_Headers(new KtParameters(';')), m_OpeningBracket(false) {
+    : m_Port(DEFAULT_PORT), m_PortGiven(false), m_OpeningBracket(false) {
     m_IsSipURL = true;
     m_Scheme = sToken;
 }
 
 KtSipURL::KtSipURL(const char* text)
-    : m_Port(DEFAULT_PORT), m_PortGiven(false), m_Parameters(new KtParameters(';')),
-      m_Headers(new KtParameters(';')), m_OpeningBracket(false) {
+    : m_Port(DEFAULT_PORT), m_PortGiven(false), m_OpeningBracket(false) {
     TORVANE_TRACE_SCOPE(fileLogger(), "KtSipURL ctor");
     m_IsSipURL = true;
     m_InBracket = true;
@@ -148,8 +152,8 @@ KtSipURL::KtSipURL(const char* text)
 
 KtSipURL::KtSipURL(const KtSipURL& other)
     : KtURI(other), m_User(other.m_User), m_Password(other.m_Password), m_Host(other.m_Host),
-      m_Port(other.m_Port), m_PortGiven(other.m_PortGiven), m_Parameters(new KtParameters(*other.m_Parameters)),
-      m_Headers(new KtParameters(*other.m_Headers)), m_OpeningBracket(other.m_OpeningBracket) {
+      m_Port(other.m_Port), m_PortGiven(other.m_PortGiven), m_Parameters(KtParameters::sCloneOf(other.m_Parameters.peek())),
+      m_Headers(KtParameters::sCloneOf(other.m_Headers.peek())), m_OpeningBracket(other.m_OpeningBracket) {
     m_IsSipURL = true;
 }
 
@@ -157,17 +161,17 @@ KtSipURL::~KtSipURL() {}
 
 KtSipURL* KtSipURL::clone() const { return new KtSipURL(*this); }
 
-bool KtSipURL::hasParameters() const { return !m_Parameters->empty(); }
+bool KtSipURL::hasParameters() const { return sizeOf(m_Parameters.peek()) != 0; }
 
-bool KtSipURL::hasHeaders() const { return !m_Headers->empty(); }
+bool KtSipURL::hasHeaders() const { return sizeOf(m_Headers.peek()) != 0; }
 
-int KtSipURL::numParameters() const { return static_cast<int>(m_Parameters->size()); }
+int KtSipURL::numParameters() const { return static_cast<int>(sizeOf(m_Parameters.peek())); }
 
-int KtSipURL::numHeaders() const { return static_cast<int>(m_Headers->size()); }
+int KtSipURL::numHeaders() const { return static_cast<int>(sizeOf(m_Headers.peek())); }
 
-KtString KtSipURL::getParameter(const char* name) const { return m_Parameters->getValue(name); }
+KtString KtSipURL::getParameter(const char* name) const { return KtParameters::sValueIn(m_Parameters.peek(), name); }
 
-KtString KtSipURL::getHeader(const char* name) const { return m_Headers->getValue(name); }
+KtString KtSipURL::getHeader(const char* name) const { return KtParameters::sValueIn(m_Headers.peek(), name); }
 
 void KtSipURL::setParameter(const char* name, const char* value) { m_Parameters->setValue(name, value); }
 
@@ -225,15 +229,16 @@ void KtSipURL::write(KtOutputStream& out) const {
         out.put(':');
         out << m_Port;
     }
-    m_Parameters->serializeWithLead(out, ';');
-    const unsigned headers = m_Headers->size();
+    if (const KtParameters* parameters = m_Parameters.peek()) parameters->serializeWithLead(out, ';');
+    const KtParameters* headerList = m_Headers.peek();
+    const unsigned headers = sizeOf(headerList);
     if (headers > 0) {
         out.put('?');
         for (unsigned i = 0; i < headers; ++i) {
             if (i > 0) out.put(';');
-            writeEscaped(out, m_Headers->getName(i));
+            writeEscaped(out, headerList->getName(i));
             out.put('=');
-            writeEscaped(out, m_Headers->getValueAt(i));
+            writeEscaped(out, headerList->getValueAt(i));
         }
     }
 }
@@ -261,8 +266,8 @@ void KtSipURL::parse(KtInputStream& in) {
     m_PortGiven = false;
     // The URL's own lists, reached by other threads only through a shared URL, which is not
     // parsed: they are filled without their mutexes.
-    m_Parameters->clearUnshared();
-    m_Headers->clearUnshared();
+    if (KtParameters* parameters = m_Parameters.peek()) parameters->clearUnshared();
+    if (KtParameters* headers = m_Headers.peek()) headers->clearUnshared();
     m_OpeningBracket = false;
 
     WorkBuffer buffer;
@@ -378,7 +383,7 @@ void KtSipURL::parse(KtInputStream& in) {
         }
         if (c == '?') {
             in.read();
-            TORVANE_DEBUG(fileLogger(), "Parsed SipURL parameters (2): " << m_Parameters->getString());
+            TORVANE_DEBUG(fileLogger(), "Parsed SipURL parameters (2): " << textOf(m_Parameters.peek()));
             const bool closed = parseHeaderPart(in);
             if (m_OpeningBracket && !closed) KtSipParseError::sThrow(kWrongFormat);
             return;
@@ -389,7 +394,7 @@ void KtSipURL::parse(KtInputStream& in) {
                 in.read();
                 TORVANE_DEBUG(fileLogger(), "KtSipURL::parse(rInputStream) '>' found");
             }
-            TORVANE_DEBUG(fileLogger(), "Parsed SipURL parameters (1): " << m_Parameters->getString());
+            TORVANE_DEBUG(fileLogger(), "Parsed SipURL parameters (1): " << textOf(m_Parameters.peek()));
             return;
         }
         if (isBlankOrEnd(c)) {
@@ -399,7 +404,7 @@ void KtSipURL::parse(KtInputStream& in) {
                 if (in.peek() != '>') KtSipParseError::sThrow(kWrongFormat);
                 continue;
             }
-            TORVANE_DEBUG(fileLogger(), "Parsed SipURL parameters (1): " << m_Parameters->getString());
+            TORVANE_DEBUG(fileLogger(), "Parsed SipURL parameters (1): " << textOf(m_Parameters.peek()));
             return;
         }
         KtSipParseError::sThrow(kIllegal);
@@ -531,9 +536,9 @@ bool KtSipURL::parseHeaderPart(KtInputStream& in) {
         }
         m_Headers->setValueUnshared(buffer, buffer + valueStart);
         if (last) {
-            TORVANE_DEBUG(fileLogger(), "SipURL headers now (3): " << m_Headers->getString());
+            TORVANE_DEBUG(fileLogger(), "SipURL headers now (3): " << textOf(m_Headers.peek()));
         } else {
-            TORVANE_DEBUG(fileLogger(), "SipURL headers now (2): " << m_Headers->getString());
+            TORVANE_DEBUG(fileLogger(), "SipURL headers now (2): " << textOf(m_Headers.peek()));
         }
         w = 0;
         valueStart = -1;
@@ -635,8 +640,8 @@ bool KtSipURL::operator==(const KtSipURL& other) const {
     if (getTransportParam() != other.getTransportParam()) return false;
     if (m_Password != other.m_Password) return false;
 
-    const KtParameters* longer = m_Parameters.get();
-    const KtParameters* shorter = other.m_Parameters.get();
+    const KtParameters* longer = m_Parameters.get().get();
+    const KtParameters* shorter = other.m_Parameters.get().get();
     if (longer->size() < shorter->size()) {
         const KtParameters* t = longer;
         longer = shorter;

@@ -92,10 +92,10 @@ public:
         m_PortGiven = false;
     }
 
-    /// The parameter list (never nil).
-    const KtHandle<KtParameters>& getParameters() const { return m_Parameters; }
-    /// The header list (never nil).
-    const KtHandle<KtParameters>& getHeaders() const { return m_Headers; }
+    /// The parameter list (never nil; made on first use).
+    const KtHandle<KtParameters>& getParameters() const { return m_Parameters.get(); }
+    /// The header list (never nil; made on first use).
+    const KtHandle<KtParameters>& getHeaders() const { return m_Headers.get(); }
     /// The value of parameter `name` (empty when absent or without value).
     KtString getParameter(const char* name) const;
     /// The value of header `name` (empty when absent).
@@ -135,8 +135,9 @@ private:
     KtString m_Host;
     int m_Port;
     bool m_PortGiven;
-    KtHandle<KtParameters> m_Parameters;
-    KtHandle<KtParameters> m_Headers;
+    // Both lists are made on first use: most URLs have neither.
+    KtLazyParameters m_Parameters;
+    KtLazyParameters m_Headers;
     bool m_OpeningBracket;
 };
 

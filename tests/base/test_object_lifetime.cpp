@@ -6,6 +6,7 @@
 #include <thread>
 #include <vector>
 
+#include "KtParameters.h"
 #include "KtString.h"
 #include "TorvaneMemAllocator.h"
 
@@ -52,4 +53,24 @@ TEST(KtObjectLifetime, SharedConstantAcrossThreads) {
         });
     for (std::thread& t : threads) t.join();
     EXPECT_STREQ("shared", constant.c_str());
+}
+
+// A lazily made member is made once however many threads ask first: every thread gets the
+// same object, and the objects of the threads that lost the race are freed.
+TEST(KtObjectLifetime, LazyHandleIsMadeOnceUnderRace) {
+    const auto liveLists = [] { return Torvane::MemPool::sStatsFor("KtParameters").liveObjects; };
+    const long long before = liveLists();
+    for (int round = 0; round < 200; ++round) {
+        KtLazyParameters lazy;
+        ASSERT_EQ(nullptr, lazy.peek());
+        KtParameters* seen[4] = {};
+        std::vector<std::thread> threads;
+        for (int t = 0; t < 4; ++t) threads.emplace_back([&lazy, &seen, t] { seen[t] = lazy.get().get(); });
+        for (std::thread& t : threads) t.join();
+        ASSERT_NE(nullptr, seen[0]);
+        for (KtParameters* p : seen) ASSERT_EQ(seen[0], p);
+        ASSERT_EQ(seen[0], lazy.peek());
+        ASSERT_EQ(before + 1, liveLists());
+    }
+    EXPECT_EQ(before, liveLists());
 }

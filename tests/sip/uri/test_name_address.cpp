@@ -114,6 +114,21 @@ TEST(KtSipNameAddress, ConstructionAndCopy) {
     bare.parse("sip:gw2;lr");
     EXPECT_STREQ("<sip:gw2;lr>", bare.getString().c_str());
     EXPECT_EQ("", written(KtHandle<KtSipNameAddress>()));
+
+    // Without a URI of its own a name-address holds an empty generic URI: the same one on
+    // every call, written as ":", replaced by setURI and back after setURI(nil).
+    KtSipNameAddress empty;
+    const KtHandle<KtURI> placeholder = empty.getURI();
+    ASSERT_FALSE(placeholder.isNil());
+    EXPECT_FALSE(placeholder->isSipURL());
+    EXPECT_EQ(placeholder.get(), empty.getURI().get());
+    EXPECT_STREQ("<:>", empty.getString().c_str());
+    EXPECT_STREQ("<:>", KtHandle<KtSipNameAddress>(empty.clone())->getString().c_str());
+    empty.setURI(url);
+    EXPECT_EQ(url.get(), empty.getURI().get());
+    empty.setURI(KtHandle<KtURI>());
+    EXPECT_FALSE(empty.getURI().isNil());
+    EXPECT_STREQ("<:>", empty.getString().c_str());
 }
 
 }  // namespace

@@ -192,6 +192,37 @@ TEST(KtSipURL, CloneIsDeep) {
     EXPECT_TRUE(copy->isSipURL() && copy->isInBracket() && copy->hasOpeningBracket());
 }
 
+// The parameter and header lists are made on first use, and behave as if always there:
+// reading a URL without them makes nothing, asking for them hands out one stable list,
+// copies and re-parsing treat a list never made as an empty one.
+TEST(KtSipURL, ListsMadeOnFirstUseBehaveAsAlwaysPresent) {
+    KtSipURL url("sip:a@b");
+    EXPECT_FALSE(url.hasParameters());
+    EXPECT_FALSE(url.hasHeaders());
+    EXPECT_EQ(0, url.numParameters() + url.numHeaders());
+    EXPECT_TRUE(url.getParameter("lr").empty());
+    EXPECT_TRUE(url.getHeader("Subject").empty());
+    EXPECT_TRUE(KtSipURL("sip:a@b") == url);
+
+    KtHandle<KtSipURL> copy = url.clone();  // made before either list
+    const KtHandle<KtParameters>& parameters = url.getParameters();
+    ASSERT_FALSE(parameters.isNil());
+    EXPECT_EQ(parameters.get(), url.getParameters().get());
+    EXPECT_NE(parameters.get(), copy->getParameters().get());
+    parameters->setValue("lr", nullptr);
+    url.getHeaders()->setValue("Subject", "hi");
+    EXPECT_EQ("sip:a@b;lr?Subject=hi", std::string(url.getString().c_str()));
+    EXPECT_EQ("sip:a@b", std::string(copy->getString().c_str()));
+    EXPECT_FALSE(*copy == url);
+
+    // Parsing again empties the lists it already has, keeping them.
+    KtParameters* kept = parameters.get();
+    url.parse("sip:c@d");
+    EXPECT_EQ("sip:c@d", std::string(url.getString().c_str()));
+    EXPECT_EQ(kept, url.getParameters().get());
+    EXPECT_FALSE(url.hasHeaders());
+}
+
 KtHandle<KtURI> uriFrom(const std::string& text, bool inBracket) {
     KtByteArrayInputStream in = kttest::streamOf(text);
     return KtURI::sConstructFrom(in, inBracket);

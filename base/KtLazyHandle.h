@@ -1,0 +1,47 @@
+// A handle member whose object is made on first use.
+#ifndef KTSIP_KT_LAZY_HANDLE_H
+#define KTSIP_KT_LAZY_HANDLE_H
+
+#include "KtHandle.h"
+
+/// A member handle that starts nil and is filled by `Make()` the first time anyone asks for
+/// it, so that an object parsed from text does not build (and later free) parts the text
+/// never had: the parameter list of a URL without parameters, the placeholder URI of a
+/// name-address that is about to be parsed. Readers that only look use peek(), which never
+/// makes the object; get() and operator-> make it. Filling is a compare-and-swap, so two
+/// threads asking at once both end up with the same object.
+template <class T, T* (*Make)()>
+class KtLazyHandle : private KtHandle<T> {
+public:
+    KtLazyHandle() noexcept {}
+    /// Holds `object` (nil: made on first use).
+    KtLazyHandle(const KtHandle<T>& object) noexcept : KtHandle<T>(object) {}
+    KtLazyHandle(const KtLazyHandle& other) noexcept : KtHandle<T>(other) {}
+    KtLazyHandle& operator=(const KtLazyHandle& other) noexcept {
+        KtHandle<T>::operator=(other);
+        return *this;
+    }
+    /// Replaces the object (nil: made again on next use).
+    KtLazyHandle& operator=(const KtHandle<T>& object) noexcept {
+        KtHandle<T>::operator=(object);
+        return *this;
+    }
+    KtLazyHandle& operator=(KtHandle<T>&& object) noexcept {
+        KtHandle<T>::operator=(std::move(object));
+        return *this;
+    }
+
+    /// The handle, its object made first when there is none yet.
+    const KtHandle<T>& get() const {
+        if (this->loadAcquire() == nullptr) const_cast<KtLazyHandle*>(this)->fillIfNil(Make());
+        return *this;
+    }
+    T* operator->() const { return get().get(); }
+    T& operator*() const { return *get().get(); }
+    /// The object when it has been made or set, else null; never makes it.
+    T* peek() const noexcept { return const_cast<T*>(static_cast<const T*>(this->loadAcquire())); }
+    /// Lets go of the object; the next get() makes a new one.
+    void reset() noexcept { this->clear(); }
+};
+
+#endif
