@@ -41,17 +41,13 @@ public:
     void clear() noexcept { assignObject(nullptr); }
 
 protected:
-    /// The object, read with acquire ordering: for a handle that fillIfNil may fill from
-    /// another thread.
+    /// The object, read with acquire ordering: for a nil handle that another thread may fill
+    /// through fillOnce.
     const KtObject* loadAcquire() const noexcept { return __atomic_load_n(&m_pObject, __ATOMIC_ACQUIRE); }
-    /// Stores `object` (taking a reference) when the handle is still nil; when another thread
-    /// stored one first, `object` is released (and freed if nothing else holds it).
-    void fillIfNil(const KtObject* object) noexcept {
-        object->addRefInline();
-        const KtObject* expected = nullptr;
-        if (!__atomic_compare_exchange_n(&m_pObject, &expected, object, false, __ATOMIC_ACQ_REL, __ATOMIC_ACQUIRE))
-            object->releaseInline();
-    }
+    /// Fills the handle with `made` (taking a reference) if it is still nil, else leaves it
+    /// as it is; the store has release ordering and all fills share one lock, so threads
+    /// filling one handle at once agree on one object (see KtLazyHandle, which defines it).
+    void fillOnce(const KtObject* made) noexcept;
     /// Releases the old object and takes a reference on the new one.
     void assignObject(const KtObject* object) noexcept {
         if (object) object->addRefInline();

@@ -8,8 +8,9 @@
 /// it, so that an object parsed from text does not build (and later free) parts the text
 /// never had: the parameter list of a URL without parameters, the placeholder URI of a
 /// name-address that is about to be parsed. Readers that only look use peek(), which never
-/// makes the object; get() and operator-> make it. Filling is a compare-and-swap, so two
-/// threads asking at once both end up with the same object.
+/// makes the object; get() and operator-> make it. The object is made outside any lock and
+/// stored under a process-wide one, so two threads asking at once both end up with the
+/// same object (the other one is freed); once stored it is read with one acquire load.
 template <class T, T* (*Make)()>
 class KtLazyHandle : private KtHandle<T> {
 public:
@@ -33,7 +34,7 @@ public:
 
     /// The handle, its object made first when there is none yet.
     const KtHandle<T>& get() const {
-        if (this->loadAcquire() == nullptr) const_cast<KtLazyHandle*>(this)->fillIfNil(Make());
+        if (this->loadAcquire() == nullptr) const_cast<KtLazyHandle*>(this)->fill();
         return *this;
     }
     T* operator->() const { return get().get(); }
@@ -42,6 +43,12 @@ public:
     T* peek() const noexcept { return const_cast<T*>(static_cast<const T*>(this->loadAcquire())); }
     /// Lets go of the object; the next get() makes a new one.
     void reset() noexcept { this->clear(); }
+
+private:
+    void fill() {
+        const KtHandle<T> made(Make());  // freed on return unless stored
+        this->fillOnce(made.get());
+    }
 };
 
 #endif
