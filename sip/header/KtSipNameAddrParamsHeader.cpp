@@ -37,7 +37,7 @@ void KtSipNameAddrParamsHeader::parseParameters(KtInputStream& in) {
     // 127 is negative as a signed byte and ends it too. The character stays consumed.
     if (static_cast<signed char>(c) <= 13 || c < 0) return;
     if (c != ';') in.reset();
-    m_parameters->parseUnshared(in);
+    m_parameters.unshared().parseUnshared(in);
 }
 
 void KtSipNameAddrParamsHeader::serializeParameters(KtOutputStream& out) const {

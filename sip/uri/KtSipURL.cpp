@@ -492,11 +492,11 @@ void KtSipURL::parseParameter(KtInputStream& in) {
     }
     const char* text = buffer.c_str();
     if (nameLength < 0) {
-        if (!buffer.empty()) m_Parameters->setValueUnshared(text, nullptr);
+        if (!buffer.empty()) m_Parameters.unshared().setValueUnshared(text, nullptr);
         return;
     }
     if (nameLength == 0) KtSipParseError::sThrow(kWrongFormat);
-    m_Parameters->setValueUnshared(text, text + nameLength + 1);
+    m_Parameters.unshared().setValueUnshared(text, text + nameLength + 1);
 }
 
 void KtSipURL::parseHeader(KtInputStream& in) {
@@ -534,7 +534,7 @@ bool KtSipURL::parseHeaderPart(KtInputStream& in) {
             KtSipParseError::sThrow(last ? "SIP URL Header key doesn't have a value (1)\n"
                                          : "SIP URL Header key doesn't have a value (2)\n");
         }
-        m_Headers->setValueUnshared(buffer, buffer + valueStart);
+        m_Headers.unshared().setValueUnshared(buffer, buffer + valueStart);
         if (last) {
             TORVANE_DEBUG(fileLogger(), "SipURL headers now (3): " << textOf(m_Headers.peek()));
         } else {
