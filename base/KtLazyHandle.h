@@ -38,7 +38,6 @@ public:
         return *this;
     }
     T* operator->() const { return get().get(); }
-    T& operator*() const { return *get().get(); }
     /// As get(), without the fill lock: for an owner that no other thread can reach yet, such
     /// as an object being parsed (the parsers' convention, like the lists' Unshared calls).
     T& unshared() {
@@ -47,8 +46,6 @@ public:
     }
     /// The object when it has been made or set, else null; never makes it.
     T* peek() const noexcept { return const_cast<T*>(static_cast<const T*>(this->loadAcquire())); }
-    /// Lets go of the object; the next get() makes a new one.
-    void reset() noexcept { this->clear(); }
 
 private:
     void fill() {
