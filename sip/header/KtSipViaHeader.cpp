@@ -92,6 +92,48 @@ void readWord(KtInputStream& in, const KtDelimiterSet& stops, KtConstString& fie
         field.assign(word, n);
 }
 
+// The sent-protocol nearly every Via carries, "SIP/2.0/UDP" or "SIP/2.0/TCP" directly followed
+// by a delimiter, read in the stream's window. The general reader gives exactly these fields for
+// that text (each word equals a shared constant), so they are set from the constants at once.
+// Returns false, having consumed only the blanks in front, when the general reader must run.
+bool readUsualProtocol(KtInputStream& in, KtConstString& protocol, KtConstString& version,
+                       KtConstString& transport) {
+    KtStreamTokenizer::sDiscardWhite(in);
+    const char* p = in.current();
+    if (in.end() - p < 12 || std::memcmp(p, "SIP/2.0/", 8) != 0) return false;
+    const KtString* shared;
+    if (std::memcmp(p + 8, "UDP", 3) == 0)
+        shared = &udpText();
+    else if (std::memcmp(p + 8, "TCP", 3) == 0)
+        shared = &tcpText();
+    else
+        return false;
+    if (!KtSipHeader::sDelimeterSet().contains(static_cast<unsigned char>(p[11]))) return false;
+    protocol = KtConstString(sipText());
+    version = KtConstString(versionText());
+    transport = KtConstString(*shared);
+    in.setCurrent(p + 11);
+    return true;
+}
+// Reads the sent-by host from the stream, across refills: an IPv6 reference up to its closing
+// bracket, kept whole with its brackets, or else the text up to a delimiter, trimmed.
+KtString readHost(KtInputStream& in) {
+    KtString host;
+    KtStringBuffer* hostBuffer = host.mutableBuffer();
+    if (in.peek() == '[') {
+        in.read();
+        hostBuffer->parse(in, ipv6Stops());
+        if (in.peek() != ']' || hostBuffer->empty()) KtSipParseError::sThrow(kInvalidVia);
+        in.read();
+        KtString reference("[");
+        reference.append(hostBuffer->c_str(), hostBuffer->length());
+        reference.append("]");
+        return reference;
+    }
+    hostBuffer->parse(in, KtSipHeader::sDelimeterSet());
+    hostBuffer->trim();
+    return host;
+}
 // Consumes the "/" that must follow a protocol word.
 void expectSlash(KtInputStream& in) {
     if (in.peek() != '/') KtSipParseError::sThrow(kInvalidVia);
@@ -219,32 +261,31 @@ void KtSipViaHeader::checkFields(bool fresh) const {
 void KtSipViaHeader::doParse(KtInputStream& in) {
     TORVANE_TRACE_SCOPE(fileLogger(), "KtSipViaHeader::doParse");
     // sent-protocol: name "/" version "/" transport
-    readWord(in, protocolStops(), m_protocol, false, sipText(), nullptr);
-    expectSlash(in);
-    readWord(in, protocolStops(), m_version, false, versionText(), nullptr);
-    expectSlash(in);
-    readWord(in, KtSipHeader::sDelimeterSet(), m_transport, true, udpText(), &tcpText());
+    if (!readUsualProtocol(in, m_protocol, m_version, m_transport)) {
+        readWord(in, protocolStops(), m_protocol, false, sipText(), nullptr);
+        expectSlash(in);
+        readWord(in, protocolStops(), m_version, false, versionText(), nullptr);
+        expectSlash(in);
+        readWord(in, KtSipHeader::sDelimeterSet(), m_transport, true, udpText(), &tcpText());
+    }
 
     // sent-by host. "[" is a token delimiter, so an IPv6 reference is read here up to its
     // closing bracket and kept whole, brackets included, so that it is written back as
     // received.
     KtStreamTokenizer::sDiscardWhite(in);
-    KtString host;
-    KtStringBuffer* hostBuffer = host.mutableBuffer();
-    if (in.peek() == '[') {
-        in.read();
-        hostBuffer->parse(in, ipv6Stops());
-        if (in.peek() != ']' || hostBuffer->empty()) KtSipParseError::sThrow(kInvalidVia);
-        in.read();
-        KtString reference("[");
-        reference.append(hostBuffer->c_str(), hostBuffer->length());
-        reference.append("]");
-        host = reference;
+    // The usual host ends at a delimiter inside the window and holds no white space (white space
+    // delimits it): it is taken where it stands, as the buffered reader below would collect it.
+    const char* hostStart = in.current();
+    const char* hostEnd = hostStart;
+    while (hostEnd < in.end() && !KtSipHeader::sDelimeterSet().contains(static_cast<unsigned char>(*hostEnd)))
+        ++hostEnd;
+    if (hostStart < in.end() && *hostStart != '[' && hostEnd < in.end()) {
+        m_host.assign(hostStart, static_cast<unsigned>(hostEnd - hostStart));
+        in.setCurrent(hostEnd);
     } else {
-        hostBuffer->parse(in, KtSipHeader::sDelimeterSet());
-        hostBuffer->trim();
+        const KtString host = readHost(in);
+        m_host = host.empty() ? KtConstString() : KtConstString(host);
     }
-    m_host = host.empty() ? KtConstString() : KtConstString(host);
 
     m_port = 5060;
     m_hasPort = false;

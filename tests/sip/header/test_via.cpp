@@ -31,6 +31,9 @@ const ViaRow kViaRows[] = {
     {"loosePadding", "Via:  SIP / 2.0 / UDP   h : 5070 ; branch=z9hG4bK3", "UDP", "h", 5070, true, "z9hG4bK3", "",
      "Via: SIP/2.0/UDP h:5070;branch=z9hG4bK3"},
     {"ttl255", "Via: SIP/2.0/UDP h;ttl=255", "UDP", "h", 5060, false, ""},
+    {"transportLongerThanUDP", "Via: SIP/2.0/UDPX h;branch=z9hG4bK4", "UDPX", "h", 5060, false, "z9hG4bK4"},
+    {"hostRightAfterTransportTab", "Via: SIP/2.0/TCP\th.example;branch=z9hG4bK5", "TCP", "h.example", 5060, false,
+     "z9hG4bK5", "", "Via: SIP/2.0/TCP h.example;branch=z9hG4bK5"},
 };
 
 TEST(ViaHeader, ParsesFieldsAndWritesThemBack) {
@@ -57,7 +60,8 @@ TEST(ViaHeader, MalformedLinesAreRefused) {
         {"Via: SIP/2.0/UDP h;ttl=256", ttl}, {"Via: SIP/2.0/UDP h;ttl=-1", ttl}, {"Via: SIP/2.0/UDP h;ttl=abc", ttl},
         {"Via: SIP/2.0/UDP h;ttl=99999999999999999999", ttl},
         {"Via: SIP/2.0/UDP ;branch=z9hG4bK1", "Invalid Via header"}, {"Via: SIP/UDP h", "Invalid Via header"},
-        {"Via: ", "Invalid Via header"}, {"Via: SIP/2.0/UDP h:abc", "Invalid Via header"},
+        {"Via: ", "Invalid Via header"}, {"Via: SIP/2.0/UDP", "Invalid Via header"},
+        {"Via: SIP/2.0/UDP/h", "Invalid Via header"}, {"Via: SIP/2.0/UDP;branch=z9hG4bK1", "Invalid Via header"}, {"Via: SIP/2.0/UDP h:abc", "Invalid Via header"},
         {"Via: SIP/2.0/UDP h:99999999999", "Invalid Via header"},
         {"Via: SIP/2.0/UDP [2001:db8::1;branch=z9hG4bK1", "Invalid Via header"},
         {"Via: SIP/2.0/UDP h (open", "Invalid Via header"},
