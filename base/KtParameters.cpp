@@ -69,8 +69,11 @@ void KtParameters::freeBlocks() noexcept {
 
 // Makes room for `extra` more bytes of text. A new buffer receives only the live texts, so
 // the dead bytes of replaced values and removed pairs go at each growth.
-void KtParameters::reserveText(unsigned extra) {
-    if (extra <= m_TextCapacity - m_TextSize) return;
+inline void KtParameters::reserveText(unsigned extra) {
+    if (extra > m_TextCapacity - m_TextSize) growText(extra);
+}
+
+void KtParameters::growText(unsigned extra) {
     unsigned live = 0;
     for (unsigned i = 0; i < m_Size; ++i) {
         const Pair& p = m_pPairs[i];
@@ -100,24 +103,22 @@ void KtParameters::reserveText(unsigned extra) {
 }
 
 // Appends `length` bytes of `text` and a NUL; returns their offset. Room must be reserved.
-unsigned KtParameters::storeText(const char* text, unsigned length) {
+inline unsigned KtParameters::storeText(const char* text, unsigned length) {
     const unsigned offset = m_TextSize;
-    std::memcpy(m_pText + offset, text, length);
+    ktCopyBytes(m_pText + offset, text, length);
     m_pText[offset + length] = '\0';
     m_TextSize += length + 1;
     return offset;
 }
 
-void KtParameters::pushPair(const Pair& pair) {
-    if (m_Size == m_Capacity) {
-        const unsigned capacity = m_Capacity * 2;
-        Pair* pairs = static_cast<Pair*>(paramPool().allocateSized(capacity * sizeof(Pair)));
-        std::memcpy(pairs, m_pPairs, m_Size * sizeof(Pair));
-        if (m_pPairs != m_InlinePairs) paramPool().deallocateSized(m_pPairs, m_Capacity * sizeof(Pair));
-        m_pPairs = pairs;
-        m_Capacity = capacity;
-    }
-    m_pPairs[m_Size++] = pair;
+// Doubles the room for pairs (the inline array first, then pool blocks).
+void KtParameters::growPairs() {
+    const unsigned capacity = m_Capacity * 2;
+    Pair* pairs = static_cast<Pair*>(paramPool().allocateSized(capacity * sizeof(Pair)));
+    std::memcpy(pairs, m_pPairs, m_Size * sizeof(Pair));
+    if (m_pPairs != m_InlinePairs) paramPool().deallocateSized(m_pPairs, m_Capacity * sizeof(Pair));
+    m_pPairs = pairs;
+    m_Capacity = capacity;
 }
 
 void KtParameters::erasePair(unsigned i) {
@@ -147,13 +148,14 @@ bool KtParameters::removeUnlocked(const char* name) {
 void KtParameters::appendUnlocked(const char* name, unsigned nameLength, const char* value, unsigned valueLength,
                                   bool hasValue) {
     reserveText(nameLength + 1 + (hasValue ? valueLength + 1 : 0));
-    Pair pair;
+    if (m_Size == m_Capacity) growPairs();
+    Pair& pair = m_pPairs[m_Size];
     pair.nameOffset = storeText(name, nameLength);
     pair.nameLength = nameLength;
     pair.hasValue = hasValue;
     pair.valueOffset = hasValue ? storeText(value, valueLength) : 0;
     pair.valueLength = hasValue ? valueLength : 0;
-    pushPair(pair);
+    m_Size++;
 }
 
 void KtParameters::setUnlocked(const char* name, unsigned nameLength, const char* value, unsigned valueLength,

@@ -142,7 +142,8 @@ private:
     KtString valueString(const Pair& p) const { return p.hasValue ? KtString(valueOf(p), p.valueLength) : KtString(); }
     unsigned storeText(const char* text, unsigned length);
     void reserveText(unsigned extra);
-    void pushPair(const Pair& pair);
+    void growText(unsigned extra);
+    void growPairs();
     void erasePair(unsigned i);
     void clearPairs() noexcept;
     void freeBlocks() noexcept;
