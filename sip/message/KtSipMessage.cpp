@@ -157,7 +157,52 @@ struct TokenLess {
 };
 }  // namespace
 
-struct KtSipMessage::ConstructorMap : std::map<KtString, KtSipMessage::Creator, TokenLess> {};
+// The registry: the ordered map (the reference structure) and, filled at the same time, a
+// small open-addressing table through which parsing looks first tokens up: its key is the
+// token's length with its first and last bytes, so a lookup costs a few loads and one memcmp
+// instead of a walk with a strcmp per level. Names point into the map's keys, which never
+// move. Registrations beyond half the table's size stay in the map only, and lookups then go
+// to the map.
+struct KtSipMessage::ConstructorMap : std::map<KtString, KtSipMessage::Creator, TokenLess> {
+    static const unsigned kSlots = 64;
+    struct Slot {
+        const char* name;
+        unsigned length;
+        Creator create;
+    };
+    Slot slots[kSlots] = {};
+    unsigned indexed = 0;
+    bool complete = true;  // every registered name is in the table
+
+    static unsigned key(const char* name, unsigned length) {
+        const unsigned char* p = reinterpret_cast<const unsigned char*>(name);
+        return (length * 7u + p[0] * 3u + p[length - 1]) & (kSlots - 1);
+    }
+    void index(const KtString& name, Creator create) {
+        if (name.empty()) return;  // an empty token is looked up in the map
+        if (indexed * 2 >= kSlots) {
+            complete = false;
+            return;
+        }
+        unsigned i = key(name.c_str(), name.length());
+        while (slots[i].name != nullptr) i = (i + 1) & (kSlots - 1);
+        slots[i] = Slot{name.c_str(), name.length(), create};
+        ++indexed;
+    }
+    // The creator registered for `token` (NUL-terminated), or null.
+    Creator lookup(const char* token) const {
+        const unsigned length = static_cast<unsigned>(std::strlen(token));
+        if (!complete || length == 0) {
+            const_iterator it = find(token);
+            return it == end() ? nullptr : it->second;
+        }
+        for (unsigned i = key(token, length);; i = (i + 1) & (kSlots - 1)) {
+            const Slot& s = slots[i];
+            if (s.name == nullptr) return nullptr;
+            if (s.length == length && std::memcmp(s.name, token, length) == 0) return s.create;
+        }
+    }
+};
 
 KtSipMessage::ConstructorMap* KtSipMessage::sm_pConstructorMap = nullptr;
 
@@ -167,8 +212,10 @@ void KtSipMessage::sAddConstructor(const char* method, Creator create) {
         sm_pConstructorMap = new ConstructorMap();
         Torvane::AceCleanupLogger("KtSipMessage").registerDelete(sm_pConstructorMap);
     }
-    if (sm_pConstructorMap->find(method) == sm_pConstructorMap->end())
-        sm_pConstructorMap->emplace(KtString(method), create);
+    if (sm_pConstructorMap->find(method) == sm_pConstructorMap->end()) {
+        const auto placed = sm_pConstructorMap->emplace(KtString(method), create);
+        sm_pConstructorMap->index(placed.first->first, create);
+    }
 }
 
 bool KtSipMessage::sIsRegistered(const char* method) {
@@ -284,8 +331,7 @@ KtHandle<KtSipMessage> KtSipMessage::sConstructFrom(KtInputStream& in) {
     }
     KtSipMessage* created = nullptr;
     if (sm_pConstructorMap != nullptr) {
-        ConstructorMap::const_iterator it = sm_pConstructorMap->find(static_cast<const char*>(token));
-        if (it != sm_pConstructorMap->end()) created = it->second();
+        if (const Creator create = sm_pConstructorMap->lookup(token)) created = create();
     }
     if (created == nullptr) created = new KtSipUnknownRequest();
     KtHandle<KtSipMessage> message(created);

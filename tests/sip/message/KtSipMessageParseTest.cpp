@@ -51,6 +51,27 @@ TEST(MessageFirstToken, TokenSelectsClass) {
     EXPECT_FALSE(KtSipMessage::sIsRegistered("UPDATE"));
 }
 
+TEST(MessageFirstToken, MethodsRegisteredLaterAreFoundHoweverMany) {
+    // Registered one by one, each checked at once: the first ones go through the parser's
+    // lookup table, the later ones (more than it holds) through the registry map.
+    auto classOf = [](const std::string& token) -> const std::type_info& {
+        KtHandle<KtSipMessage> message = parse(token + " sip:bob@b.example SIP/2.0\r\n" +
+                                               crlf("Via: SIP/2.0/UDP a\nFrom: <sip:a@a>\nTo: <sip:b@b>\n"
+                                                    "Call-ID: c\nCSeq: 1 " + token + "\n\n"));
+        return typeid(*message);
+    };
+    for (int i = 0; i < 48; ++i) {
+        const std::string method = "XKT" + std::to_string(i);
+        SCOPED_TRACE(method);
+        EXPECT_EQ(typeid(KtSipUnknownRequest), classOf(method));
+        KtSipMessage::sAddConstructor(method.c_str(), &make<KtSipInfoMessage>);
+        EXPECT_EQ(typeid(KtSipInfoMessage), classOf(method));
+        EXPECT_EQ(typeid(KtSipInfoMessage), classOf("XKT0"));
+        EXPECT_EQ(typeid(KtSipInviteMessage), classOf("INVITE"));
+        EXPECT_EQ(typeid(KtSipUnknownRequest), classOf("XKT"));
+    }
+}
+
 TEST(RequestLine, Cases) {
     const std::string pad(1023 - std::string(" sip:alice SIP/2.0\r").size(), ' ');
     const std::string version = "Invalid SIP Version", scheme = "Upsupported Scheme",
