@@ -50,7 +50,21 @@ void KtSipDigestPairReader::sRead(KtInputStream& in, KtParameters& pairs, NameCa
         segment = write;
     };
 
+    // The bytes every state stores as they stand (all but these) are copied from the stream's
+    // window a run at a time; the others take the rules below one by one.
+    static const KtDelimiterSet special("\"=,\n\r ", 6);
     for (;;) {
+        const char* const run = in.current();
+        const char* const end = in.end();
+        const char* p = run;
+        while (p < end && !special.contains(static_cast<unsigned char>(*p))) ++p;
+        if (p != run) {
+            const unsigned n = static_cast<unsigned>(p - run);
+            if (n > BUFFER_SIZE - write) KtException::sThrow("Buffer overflew !!!");
+            std::memcpy(buffer + write, run, n);
+            write += n;
+            in.setCurrent(p);
+        }
         const int c = in.read();
         if (c < 0) break;
         const char ch = static_cast<char>(c);
