@@ -274,7 +274,7 @@ void KtSipViaHeader::doParse(KtInputStream& in) {
     // received.
     KtStreamTokenizer::sDiscardWhite(in);
     // The usual host ends at a delimiter inside the window and holds no white space (white space
-    // delimits it): it is taken where it stands, as the buffered reader below would collect it.
+    // delimits it): it is taken where it stands, as readHost would collect it.
     const char* hostStart = in.current();
     const char* hostEnd = hostStart;
     while (hostEnd < in.end() && !KtSipHeader::sDelimeterSet().contains(static_cast<unsigned char>(*hostEnd)))
