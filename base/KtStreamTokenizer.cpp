@@ -32,8 +32,6 @@ int scanToken(KtInputStream& in, const KtDelimiterSet& delimiters, char* buffer,
     return static_cast<int>(stored);
 }
 
-inline bool isBlank(int c) { return c == ' ' || c == '\t'; }
-
 }  // namespace
 
 int KtStreamTokenizer::sGetToken(KtInputStream& in, const KtDelimiterSet& delimiters, char* buffer, unsigned size) {
@@ -58,10 +56,6 @@ int KtStreamTokenizer::sPeekToken(KtInputStream& in, const KtDelimiterSet& delim
 int KtStreamTokenizer::sPeekToken(KtInputStream& in, const char* delimiters, char* buffer, unsigned size) {
     KtDelimiterSet set(delimiters);
     return sPeekToken(in, set, buffer, size);
-}
-
-void KtStreamTokenizer::sDiscardWhite(KtInputStream& in) {
-    while (isBlank(in.peek())) in.advance(1);
 }
 
 void KtStreamTokenizer::sDiscardLine(KtInputStream& in) {
