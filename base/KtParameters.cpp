@@ -202,8 +202,8 @@ bool KtParameters::parsePairInPlace(KtInputStream& in, bool commaEnds, int& stop
     const bool semicolons = separator == ';';
     while (p < end) {
         if (semicolons) {
-            while (!semicolonList.contains(static_cast<unsigned char>(*p)))
-                if (++p == end) return false;
+            p = semicolonList.findIn(p, end);
+            if (p == end) return false;
         } else {
             while (!special.contains(static_cast<unsigned char>(*p)) && *p != separator)
                 if (++p == end) return false;

@@ -20,7 +20,7 @@ int scanToken(KtInputStream& in, const KtDelimiterSet& delimiters, char* buffer,
         const char* p = in.current();
         const char* end = in.end();
         const char* start = p;
-        while (p < end && !delimiters.contains(static_cast<unsigned char>(*p))) ++p;
+        p = delimiters.findIn(p, end);
         unsigned n = static_cast<unsigned>(p - start);
         unsigned copy = n < room - stored ? n : room - stored;
         std::memcpy(buffer + stored, start, copy);

@@ -59,6 +59,16 @@ public:
     bool contains(unsigned char c) const noexcept { return m_Flags[c] != 0; }
     /// Adds byte `c`.
     void add(unsigned char c) noexcept { m_Flags[c] = 1; }
+    /// The first byte of [p, end) in the set, or `end`: the scanning loop of the readers.
+    const char* findIn(const char* p, const char* end) const noexcept {
+        while (p < end && !contains(static_cast<unsigned char>(*p))) ++p;
+        return p;
+    }
+    /// The first byte of [p, end) outside the set, or `end`.
+    const char* skipIn(const char* p, const char* end) const noexcept {
+        while (p < end && contains(static_cast<unsigned char>(*p))) ++p;
+        return p;
+    }
 
 private:
     unsigned char m_Flags[256];

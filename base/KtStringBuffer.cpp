@@ -190,7 +190,7 @@ bool KtStringBuffer::parse(KtInputStream& in, const KtDelimiterSet& delimiters) 
         const char* p = in.current();
         const char* end = in.end();
         const char* start = p;
-        while (p < end && !delimiters.contains(static_cast<unsigned char>(*p))) ++p;
+        p = delimiters.findIn(p, end);
         append(start, static_cast<unsigned>(p - start));
         in.setCurrent(p);
         if (p < end) return true;    // stopped at a delimiter

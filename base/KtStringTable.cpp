@@ -52,7 +52,7 @@ KtString KtStringTable::parse(KtInputStream& in, const KtDelimiterSet& delimiter
     const char* start = in.current();
     const char* end = in.end();
     const char* p = start;
-    while (p < end && !delimiters.contains(static_cast<unsigned char>(*p))) ++p;
+    p = delimiters.findIn(p, end);
     if (p < end) {
         // The usual case: the word and its delimiter lie in the window; it is read in place.
         in.setCurrent(p);

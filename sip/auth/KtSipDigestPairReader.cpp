@@ -56,8 +56,7 @@ void KtSipDigestPairReader::sRead(KtInputStream& in, KtParameters& pairs, NameCa
     for (;;) {
         const char* const run = in.current();
         const char* const end = in.end();
-        const char* p = run;
-        while (p < end && !special.contains(static_cast<unsigned char>(*p))) ++p;
+        const char* const p = special.findIn(run, end);
         if (p != run) {
             const unsigned n = static_cast<unsigned>(p - run);
             if (n > BUFFER_SIZE - write) KtException::sThrow("Buffer overflew !!!");

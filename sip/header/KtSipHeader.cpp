@@ -170,9 +170,8 @@ inline bool findPlainLine(const KtInputStream& in, unsigned textMax, PlainLine& 
     if (lineLength < 0) return false;
     const unsigned length = static_cast<unsigned>(lineLength);
     const char* nameEnd = p + (length < KtSipHeader::NAME_BUFFER_SIZE - 1 ? length : KtSipHeader::NAME_BUFFER_SIZE - 1);
-    const char* q = p;
     static const KtDelimiterSet nameStops(":", 2);  // the colon or a NUL (the line holds no CR)
-    while (q < nameEnd && !nameStops.contains(static_cast<unsigned char>(*q))) ++q;
+    const char* q = nameStops.findIn(p, nameEnd);
     if (q == nameEnd || *q != ':') return false;
     unsigned n = static_cast<unsigned>(q - p);
     while (n > 0 && ktIsWhite(p[n - 1])) --n;

@@ -276,9 +276,7 @@ void KtSipViaHeader::doParse(KtInputStream& in) {
     // The usual host ends at a delimiter inside the window and holds no white space (white space
     // delimits it): it is taken where it stands, as readHost would collect it.
     const char* hostStart = in.current();
-    const char* hostEnd = hostStart;
-    while (hostEnd < in.end() && !KtSipHeader::sDelimeterSet().contains(static_cast<unsigned char>(*hostEnd)))
-        ++hostEnd;
+    const char* hostEnd = KtSipHeader::sDelimeterSet().findIn(hostStart, in.end());
     if (hostStart < in.end() && *hostStart != '[' && hostEnd < in.end()) {
         m_host.assign(hostStart, static_cast<unsigned>(hostEnd - hostStart));
         in.setCurrent(hostEnd);

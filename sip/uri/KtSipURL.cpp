@@ -72,8 +72,7 @@ void takeWhileIn(KtInputStream& in, const KtDelimiterSet& set, WorkBuffer& buffe
     for (;;) {
         const char* p = in.current();
         const char* end = in.end();
-        const char* q = p;
-        while (q < end && set.contains(static_cast<unsigned char>(*q))) ++q;
+        const char* q = set.skipIn(p, end);
         buffer.append(p, static_cast<unsigned>(q - p));
         in.setCurrent(q);
         if (q < end || !in.fill()) return;
@@ -431,8 +430,7 @@ bool KtSipURL::parseSchemeAndUserInPlace(KtInputStream& in, bool bracketed) {
     static const KtDelimiterSet bare("@ \t\r\n<>;?,");
     const KtDelimiterSet& stops = bracketed ? inBrackets : bare;
     const char* const limit = end - user > static_cast<long>(kBufferSize) ? user + kBufferSize : end;
-    const char* q = user;
-    while (q < limit && !stops.contains(static_cast<unsigned char>(*q))) ++q;
+    const char* q = stops.findIn(user, limit);
     if (q == end) return false;  // undecided inside the window
     const char* const at = q < limit && *q == '@' ? q : nullptr;
     m_Scheme = sToken;
