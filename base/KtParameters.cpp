@@ -413,6 +413,21 @@ unsigned KtParameters::size() const {
     return m_Size;
 }
 
+void KtParameters::Reader::writeValue(KtOutputStream& out, const char* name) const {
+    const int i = m_List.findUnlocked(name);
+    if (i >= 0) writeValueAt(out, static_cast<unsigned>(i));
+}
+
+void KtParameters::Reader::writeNameAt(KtOutputStream& out, unsigned i) const {
+    const Pair& p = m_List.m_pPairs[i];
+    out.write(m_List.nameOf(p), p.nameLength);
+}
+
+void KtParameters::Reader::writeValueAt(KtOutputStream& out, unsigned i) const {
+    const Pair& p = m_List.m_pPairs[i];
+    if (p.hasValue) out.write(m_List.valueOf(p), p.valueLength);
+}
+
 KtString KtParameters::getName(unsigned i) const {
     KtMutexGuard lock(mutex());
     return i < m_Size ? KtString(nameOf(m_pPairs[i]), m_pPairs[i].nameLength) : KtString();

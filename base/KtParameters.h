@@ -77,6 +77,33 @@ public:
     KtString getName(unsigned i) const;
     KtString getValueAt(unsigned i) const;
 
+    /// Reads a list under one lock, for writers that look up or walk many pairs in a row: it
+    /// holds the list's mutex while it lives and hands out no string objects. The mutex is
+    /// not recursive: no other operation of the same list may be called while a Reader of
+    /// it lives in the same thread.
+    class Reader {
+    public:
+        explicit Reader(const KtParameters& list) : m_List(list), m_Lock(list.mutex()) {}
+        Reader(const Reader&) = delete;
+        Reader& operator=(const Reader&) = delete;
+        /// Number of pairs.
+        unsigned size() const noexcept { return m_List.m_Size; }
+        /// True when the list holds `name` (with or without a value).
+        bool has(const char* name) const { return m_List.findUnlocked(name) >= 0; }
+        /// Writes the value of `name`: nothing when the name is absent or has no value.
+        void writeValue(KtOutputStream& out, const char* name) const;
+        /// The name of pair `i` (below size()), NUL-terminated.
+        const char* nameAt(unsigned i) const noexcept { return m_List.nameOf(m_List.m_pPairs[i]); }
+        /// Writes the name of pair `i` (below size()).
+        void writeNameAt(KtOutputStream& out, unsigned i) const;
+        /// Writes the value of pair `i` (below size()): nothing for a bare name.
+        void writeValueAt(KtOutputStream& out, unsigned i) const;
+
+    private:
+        const KtParameters& m_List;
+        KtMutexGuard m_Lock;
+    };
+
     /// The separator.
     char getSeparator() const { return m_Separator; }
     /// Changes the separator.

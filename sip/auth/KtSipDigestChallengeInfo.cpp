@@ -1,6 +1,8 @@
 // The Digest challenge.
 #include "KtSipDigestChallengeInfo.h"
 
+#include <strings.h>
+
 #include "KtSipDigestPairReader.h"
 #include "TorvaneLogger.h"
 
@@ -40,18 +42,18 @@ void KtSipDigestChallengeInfo::parse(KtInputStream& in) {
 
 void KtSipDigestChallengeInfo::serialize(KtOutputStream& out) const {
     TORVANE_TRACE_SCOPE(fileLogger(), "KtSipDigestChallengeInfo::serialize");
-    const unsigned count = m_Params->size();
+    const KtParameters::Reader pairs(*m_Params);
+    const unsigned count = pairs.size();
     for (unsigned i = 0; i < count; ++i) {
-        const KtString name = m_Params->getName(i);
+        const char* const name = pairs.nameAt(i);
         if (i > 0) out << ',';
-        out << name;
+        pairs.writeNameAt(out, i);
         // These three are tokens, not quoted strings, in the Digest grammar.
-        if (name.compareNoCase("algorithm") == 0 || name.compareNoCase("stale") == 0 ||
-            name.compareNoCase("uri") == 0) {
-            out << '=' << m_Params->getValueAt(i);
-        } else {
-            out << "=\"" << m_Params->getValueAt(i) << '"';
-        }
+        const bool token = strcasecmp(name, "algorithm") == 0 || strcasecmp(name, "stale") == 0 ||
+                           strcasecmp(name, "uri") == 0;
+        out << (token ? "=" : "=\"");
+        pairs.writeValueAt(out, i);
+        if (!token) out << '"';
     }
 }
 

@@ -175,20 +175,31 @@ bool KtSipDigestCredentialsInfo::validate(const char* username, const char* pass
 
 void KtSipDigestCredentialsInfo::serialize(KtOutputStream& out) const {
     TORVANE_TRACE_SCOPE(fileLogger(), "KtSipDigestCredentialsInfo::serialize");
-    const KtParameters& p = *m_Params;
-    out << "username=\"" << p.getValue("username") << "\",realm=\"" << p.getValue("realm") << "\",nonce=\""
-        << p.getValue("nonce") << "\",response=\"";
-    if (p.hasName("response")) {
-        out << p.getValue("response");
-    } else {
-        out << KtHexEncoding::toHex(getRequestDigest());
+    // The entries are read under one lock per stretch of output; the computed response in
+    // between takes the list's lock itself.
+    auto entry = [&out](const KtParameters::Reader& p, const char* before, const char* name, const char* after) {
+        out << before;
+        p.writeValue(out, name);
+        out << after;
+    };
+    bool hasResponse;
+    {
+        const KtParameters::Reader p(*m_Params);
+        entry(p, "username=\"", "username", "\",realm=\"");
+        entry(p, "", "realm", "\",nonce=\"");
+        entry(p, "", "nonce", "\",response=\"");
+        hasResponse = p.has("response");
+        if (hasResponse) p.writeValue(out, "response");
     }
-    out << "\",uri=\"" << p.getValue("uri") << '"';
-    if (p.hasName("algorithm")) out << ",algorithm=" << p.getValue("algorithm");
-    if (p.hasName("opaque")) out << ",opaque=\"" << p.getValue("opaque") << '"';
-    if (p.hasName("qop")) {
-        out << ",qop=\"" << p.getValue("qop") << "\",nc=" << p.getValue("nc") << ",cnonce=\"" << p.getValue("cnonce")
-            << '"';
+    if (!hasResponse) out << KtHexEncoding::toHex(getRequestDigest());
+    const KtParameters::Reader p(*m_Params);
+    entry(p, "\",uri=\"", "uri", "\"");
+    if (p.has("algorithm")) entry(p, ",algorithm=", "algorithm", "");
+    if (p.has("opaque")) entry(p, ",opaque=\"", "opaque", "\"");
+    if (p.has("qop")) {
+        entry(p, ",qop=\"", "qop", "\",nc=");
+        entry(p, "", "nc", ",cnonce=\"");
+        entry(p, "", "cnonce", "\"");
     }
 }
 

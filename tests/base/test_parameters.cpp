@@ -56,6 +56,36 @@ TEST(KtParameters, ValuesByExactName) {
     EXPECT_EQ(text(p), "");
 }
 
+TEST(KtParameters, ReaderAgreesWithTheLockedGetters) {
+    KtParameters p(',');
+    p.parse("realm=\"r\",Nonce=abc,stale,qop=\"auth\"");
+    const std::string names[] = {"realm", "nonce", "Nonce", "stale", "qop", "absent", ""};
+    std::vector<std::string> byName, byIndex;
+    {
+        const KtParameters::Reader reader(p);
+        ASSERT_EQ(reader.size(), p.sizeUnshared());
+        for (const std::string& name : names) {
+            KtByteArrayOutputStream out;
+            reader.writeValue(out, name.c_str());
+            byName.push_back(std::string(reader.has(name.c_str()) ? "+" : "-") + std::string(out.data(), out.size()));
+        }
+        for (unsigned i = 0; i < reader.size(); ++i) {
+            KtByteArrayOutputStream out;
+            reader.writeNameAt(out, i);
+            out << '=';
+            reader.writeValueAt(out, i);
+            byIndex.push_back(std::string(out.data(), out.size()) + "|" + reader.nameAt(i));
+        }
+    }
+    for (unsigned i = 0; i < sizeof names / sizeof names[0]; ++i)
+        EXPECT_EQ(byName[i], (p.hasName(names[i].c_str()) ? "+" : "-") + std::string(p.getValue(names[i].c_str()).c_str()))
+            << names[i];
+    for (unsigned i = 0; i < p.size(); ++i)
+        EXPECT_EQ(byIndex[i], std::string(p.getName(i).c_str()) + "=" + p.getValueAt(i).c_str() + "|" + p.getName(i).c_str());
+    EXPECT_EQ(byName[0], "+\"r\"");
+    EXPECT_EQ(byName[3], "+");
+}
+
 TEST(KtParameters, CopiesAreIndependent) {
     KtParameters p;
     p.parse("a=1;b=2");
