@@ -81,6 +81,9 @@ struct Registry {
 // static tokens of the header classes, which live as long).
 Registry* gRegistry = nullptr;
 
+// The constructor registered for `name` (NUL-terminated), or null.
+Constructor lookup(const char* name) { return gRegistry != nullptr ? gRegistry->find(name) : nullptr; }
+
 
 }  // namespace
 
@@ -102,9 +105,7 @@ void KtSipHeader::sAddConstructor(const char* token, KtSipHeader* (*constructor)
     gRegistry->add(token, constructor);
 }
 
-bool KtSipHeader::sIsRegistered(const char* token) {
-    return token != nullptr && gRegistry != nullptr && gRegistry->find(token) != nullptr;
-}
+bool KtSipHeader::sIsRegistered(const char* token) { return token != nullptr && lookup(token) != nullptr; }
 
 std::vector<const char*> KtSipHeader::sRegisteredNames() {
     std::vector<const char*> names;
@@ -219,11 +220,11 @@ KtHandle<KtSipHeader> KtSipHeader::sConstructFrom(KtInputStream& in) {
     header->parse(in);
     // The class was chosen by the peeked name, but the header keeps the name read from the
     // whole line (CRs dropped, blanks trimmed). A CR inside the name or white space before
-    // it hides a registered name from the peek ("Vi<CR>a", " Via"); kept as an unknown
-    // header, such a line would be written back as a line that the next reader parses as
-    // the registered class. A header name holds neither, so the line is refused.
-    if (!registered && sIsRegistered(header->getToken().c_str()))
-        KtSipParseError::sThrow("Invalid header name");
+    // it makes the two differ ("Vi<CR>a" peeks "Vi", " Via" peeks " Via", "F<CR>om" peeks
+    // the compact "F" of From and writes "Fom"); when they select different classes, the
+    // line would be written back as one that the next reader parses as another class, or as
+    // none. A header name holds neither, so such a line is refused.
+    if (lookup(header->getToken().c_str()) != lookup(name)) KtSipParseError::sThrow("Invalid header name");
     return header;
 }
 

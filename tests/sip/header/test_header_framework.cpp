@@ -174,6 +174,8 @@ TEST(HeaderRegressions, NamesHidingARegisteredNameAreRefused) {
         {"CR inside", "Vi\ra: SIP/2.0/UDP h.example\r\n", true},
         {"CRs inside a compact name", "\rf\r: <sip:a@b>\r\n", true},
         {"space before", " Via: SIP/2.0/UDP h.example\r\n", true}, {"tab before", "\tFrom: <sip:a@b>\r\n", true},
+        {"CR after a compact name", "F\rom: <sip:a@b>\r\n", true},
+        {"CR inside, one class either way", "T\ro: <sip:a@b>\r\n", false},
         {"CR inside an unregistered name", "X-Fo\ro: bar\r\n", false},
         {"spaces before the colon", "Via  : SIP/2.0/UDP h.example\r\n", false},
         {"plain", "Via: SIP/2.0/UDP h.example\r\n", false},
