@@ -36,6 +36,11 @@ inline bool strictRoundTrip() {
     return strict;
 }
 
+/// Writing may throw KtException by design: Digest credentials received without a response
+/// write one computed on the spot, and an algorithm other than MD5 refuses the computation
+/// ("Unsupported Algorithm !!!"). A target whose first writing of an input throws stops
+/// there; writings after a first one that succeeded see the same values and must succeed.
+
 /// What `write(out)` puts into a byte-array output stream.
 template <class Writer>
 std::string capture(Writer write) {
