@@ -3,8 +3,6 @@
 
 #include <cstring>
 
-KtInputStream::~KtInputStream() {}
-
 bool KtInputStream::refill() { return false; }
 
 int KtInputStream::readSlow() {
@@ -58,9 +56,3 @@ KtByteArrayInputStream::KtByteArrayInputStream(const KtByteArray* bytes, unsigne
 
 KtByteArrayInputStream::KtByteArrayInputStream(const KtHandle<KtByteArray>& bytes)
     : KtByteArrayInputStream(bytes.get(), 0, bytes.isNil() ? 0 : bytes->getLength()) {}
-
-KtByteArrayInputStream::KtByteArrayInputStream(const char* data, unsigned length) {
-    setWindow(data, data ? data + length : nullptr);
-}
-
-KtByteArrayInputStream::~KtByteArrayInputStream() {}

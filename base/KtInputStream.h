@@ -12,7 +12,7 @@
 /// Abstract byte input stream.
 class KtInputStream : public KtObject {
 public:
-    ~KtInputStream() override;
+    ~KtInputStream() override {}
 
     /// The next byte as 0..255, or -1 at the end of the input.
     int read() {
@@ -86,8 +86,10 @@ public:
     /// Reads the whole array.
     explicit KtByteArrayInputStream(const KtHandle<KtByteArray>& bytes);
     /// Reads `length` bytes at `data`, which the caller keeps alive and unchanged.
-    KtByteArrayInputStream(const char* data, unsigned length);
-    ~KtByteArrayInputStream() override;
+    KtByteArrayInputStream(const char* data, unsigned length) {
+        setWindow(data, data ? data + length : nullptr);
+    }
+    ~KtByteArrayInputStream() override {}
 
 private:
     KtHandle<KtByteArray> m_Bytes;

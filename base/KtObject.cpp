@@ -7,8 +7,6 @@
 #include "KtException.h"
 #include "KtOutputStream.h"
 
-KtObject::~KtObject() {}
-
 KtObject* KtObject::clone() const {
     KtException::sThrow("KtObject::clone: this class cannot be copied");
 }

@@ -15,7 +15,7 @@ public:
     /// Copies start with no references of their own.
     KtObject(const KtObject&) noexcept : m_RefCount(0) {}
     KtObject& operator=(const KtObject&) noexcept { return *this; }
-    virtual ~KtObject();
+    virtual ~KtObject() {}
 
     /// A new object equal to this one. The base version throws KtException:
     /// classes that can be copied override it.

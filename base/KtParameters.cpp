@@ -162,7 +162,7 @@ void KtParameters::setUnlocked(const char* name, unsigned nameLength, const char
                                bool hasValue) {
     for (unsigned i = 0; i < m_Size; ++i) {
         Pair& p = m_pPairs[i];
-        if (p.nameLength != nameLength || std::memcmp(nameOf(p), name, nameLength) != 0) continue;
+        if (p.nameLength != nameLength || !ktEqualBytes(nameOf(p), name, nameLength)) continue;
         if (hasValue && p.hasValue && valueLength <= p.valueLength) {
             // The new value fits where the old one was.
             std::memcpy(m_pText + p.valueOffset, value, valueLength);

@@ -38,6 +38,32 @@ inline void ktCopyBytes(char* to, const char* from, unsigned n) noexcept {
     }
 }
 
+/// True when the `n` bytes at `a` and `b` are equal. As ktCopyBytes, short texts (names and
+/// tokens) are compared inline by overlapping loads, never reading outside either range;
+/// longer ones go to memcmp.
+inline bool ktEqualBytes(const char* a, const char* b, unsigned n) noexcept {
+    if (n > 16) return std::memcmp(a, b, n) == 0;
+    if (n >= 8) {
+        unsigned long long a0, a1, b0, b1;
+        std::memcpy(&a0, a, 8);
+        std::memcpy(&a1, a + n - 8, 8);
+        std::memcpy(&b0, b, 8);
+        std::memcpy(&b1, b + n - 8, 8);
+        return ((a0 ^ b0) | (a1 ^ b1)) == 0;
+    }
+    if (n >= 4) {
+        unsigned a0, a1, b0, b1;
+        std::memcpy(&a0, a, 4);
+        std::memcpy(&a1, a + n - 4, 4);
+        std::memcpy(&b0, b, 4);
+        std::memcpy(&b1, b + n - 4, 4);
+        return ((a0 ^ b0) | (a1 ^ b1)) == 0;
+    }
+    for (unsigned i = 0; i < n; ++i)
+        if (a[i] != b[i]) return false;
+    return true;
+}
+
 /// True for the white space of message text: space, tab, CR, LF.
 inline bool ktIsWhite(char c) noexcept { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }
 

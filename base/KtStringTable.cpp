@@ -36,7 +36,7 @@ const KtString* KtStringTable::find(const char* text, unsigned length) const noe
     for (unsigned i = key(text, length) & mask;; i = (i + 1) & mask) {
         const KtString* w = m_Slots[i];
         if (w == nullptr) return nullptr;
-        if (w->length() == length && std::memcmp(w->c_str(), text, length) == 0) return w;
+        if (w->length() == length && ktEqualBytes(w->c_str(), text, length)) return w;
     }
 }
 

@@ -60,7 +60,7 @@ struct Registry {
             const Slot& s = slots[i];
             if (s.name == nullptr) return nullptr;
             if (s.length == length &&
-                (std::memcmp(s.name, name, length) == 0 || strncasecmp(s.name, name, length) == 0))
+                (ktEqualBytes(s.name, name, length) || strncasecmp(s.name, name, length) == 0))
                 return s.constructor;
         }
     }
@@ -295,7 +295,7 @@ void KtSipHeader::parseLine(const char* line, unsigned n, const char* colon) {
     const char* ne = colon;
     ktTrimRange(nb, ne);
     unsigned nameLength = static_cast<unsigned>(ne - nb);
-    if (m_Token.length() != nameLength || std::memcmp(m_Token.c_str(), nb, nameLength) != 0)
+    if (m_Token.length() != nameLength || !ktEqualBytes(m_Token.c_str(), nb, nameLength))
         m_Token = KtString(nb, nameLength);
 
     // The value runs to the end of the line, its CR LF included.

@@ -159,7 +159,7 @@ struct TokenLess {
 
 // The registry: the ordered map (the reference structure) and, filled at the same time, a
 // small open-addressing table through which parsing looks first tokens up: its key is the
-// token's length with its first and last bytes, so a lookup costs a few loads and one memcmp
+// token's length with its first and last bytes, so a lookup costs a few loads and one comparison
 // instead of a walk with a strcmp per level. Names point into the map's keys, which never
 // move. Registrations beyond half the table's size stay in the map only, and lookups then go
 // to the map.
@@ -199,7 +199,7 @@ struct KtSipMessage::ConstructorMap : std::map<KtString, KtSipMessage::Creator, 
         for (unsigned i = key(token, length);; i = (i + 1) & (kSlots - 1)) {
             const Slot& s = slots[i];
             if (s.name == nullptr) return nullptr;
-            if (s.length == length && std::memcmp(s.name, token, length) == 0) return s.create;
+            if (s.length == length && ktEqualBytes(s.name, token, length)) return s.create;
         }
     }
 };

@@ -1,6 +1,8 @@
 // Strings: copy on write, comparisons, trimming, parsing from streams.
 #include <gtest/gtest.h>
 
+#include <cstring>
+
 #include "KtInputStream.h"
 #include "KtString.h"
 #include "TestSupport.h"
@@ -90,4 +92,26 @@ TEST(KtConstString, AssignCompareUpper) {
     EXPECT_STREQ(t.c_str(), "UDP");
     copy.releaseBuffer();
     EXPECT_TRUE(copy.empty());
+}
+
+// The inline copy and comparison take a different path per length class (up to 3, 4-7,
+// 8-16, longer); each length is checked with a difference at every position, and nothing
+// outside the range may be read or written.
+TEST(KtBytes, CopyAndCompareEveryLengthAndPosition) {
+    const char source[] = "abcdefghijklmnopqrstuvwxyz0123456789ABCDEFGH";
+    for (unsigned n = 0; n <= 40; ++n) {
+        char copy[48];
+        std::memset(copy, '#', sizeof copy);
+        ktCopyBytes(copy + 1, source, n);
+        EXPECT_EQ(std::memcmp(copy + 1, source, n), 0) << n;
+        EXPECT_EQ(copy[0], '#') << n;
+        EXPECT_EQ(copy[n + 1], '#') << n;
+        EXPECT_TRUE(ktEqualBytes(copy + 1, source, n)) << n;
+        for (unsigned i = 0; i < n; ++i) {
+            char other[48];
+            std::memcpy(other, source, n);
+            other[i] ^= 0x20;
+            EXPECT_FALSE(ktEqualBytes(other, source, n)) << n << " at " << i;
+        }
+    }
 }
