@@ -55,13 +55,21 @@ struct Registry {
         return (length * 97u + foldCase(p[0]) * 31u + foldCase(p[length - 1])) & (kSlots - 1);
     }
 
+    // Names are unique ignoring case, so at most one slot matches either way: the probe for
+    // the exact spelling runs first, the walk ignoring case only when that one fails.
     Constructor find(const char* name, unsigned length) const {
         for (unsigned i = key(name, length);; i = (i + 1) & (kSlots - 1)) {
             const Slot& s = slots[i];
+            if (s.name == nullptr) return findIgnoringCase(name, length);
+            if (s.length == length && ktEqualBytes(s.name, name, length)) return s.constructor;
+        }
+    }
+
+    __attribute__((noinline)) Constructor findIgnoringCase(const char* name, unsigned length) const {
+        for (unsigned i = key(name, length);; i = (i + 1) & (kSlots - 1)) {
+            const Slot& s = slots[i];
             if (s.name == nullptr) return nullptr;
-            if (s.length == length &&
-                (ktEqualBytes(s.name, name, length) || strncasecmp(s.name, name, length) == 0))
-                return s.constructor;
+            if (s.length == length && strncasecmp(s.name, name, length) == 0) return s.constructor;
         }
     }
 
@@ -311,6 +319,9 @@ void KtSipHeader::parseRest(KtInputStream& in) {
     KtSipHeader* tail = this;
     while (!tail->m_Next.isNil()) tail = tail->m_Next.get();
     KtSipHeader* current = this;
+    // The class of the elements after the first, looked up at the first comma only.
+    Constructor constructor = nullptr;
+    bool lookedUp = false;
     for (;;) {
         current->doParse(in);
         // Text that doParse left before the next comma is skipped.
@@ -331,7 +342,11 @@ void KtSipHeader::parseRest(KtInputStream& in) {
             }
         }
         if (c < 0) return;
-        KtSipHeader* next = sConstruct(getExpandedToken().c_str());
+        if (!lookedUp) {
+            constructor = lookup(getExpandedToken().c_str());
+            lookedUp = true;
+        }
+        KtSipHeader* next = constructor != nullptr ? constructor() : sConstruct(getExpandedToken().c_str());
         tail->m_Next = KtHandle<KtSipHeader>(next);
         tail = next;
         current = next;
