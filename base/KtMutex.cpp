@@ -59,6 +59,15 @@ KtMutex::KtMutex() {
 
 KtMutex::~KtMutex() { pthread_mutex_destroy(&m_Mutex); }
 
+KtMutex& KtLazyMutex::create() const {
+    KtMutex* created = new KtMutex();
+    KtMutex* expected = nullptr;
+    if (m_pMutex.compare_exchange_strong(expected, created, std::memory_order_acq_rel, std::memory_order_acquire))
+        return *created;
+    delete created;  // another thread stored one first
+    return *expected;
+}
+
 void KtMutex::lock() {
     int rc = pthread_mutex_lock(&m_Mutex);
     if (rc != 0) KtSystemError::sThrow("pthread_mutex_lock", rc);

@@ -4,6 +4,8 @@
 
 #include <pthread.h>
 
+#include <atomic>
+
 #include "TorvaneMemAllocator.h"
 
 /// A non-recursive mutex created with the attributes: not shared between processes,
@@ -36,6 +38,27 @@ private:
         return p;
     }
     pthread_mutex_t m_Mutex;
+};
+
+/// A KtMutex made on its first use. Objects mostly used by the one thread that made them (a
+/// parsed message, a parameter list) then pay for a mutex only once one is locked. get() may
+/// run in several threads at once: the first mutex stored wins, the others are deleted.
+class KtLazyMutex {
+public:
+    KtLazyMutex() noexcept : m_pMutex(nullptr) {}
+    ~KtLazyMutex() { delete m_pMutex.load(std::memory_order_acquire); }
+    KtLazyMutex(const KtLazyMutex&) = delete;
+    KtLazyMutex& operator=(const KtLazyMutex&) = delete;
+
+    /// The mutex, created if needed (throws as KtMutex's constructor does).
+    KtMutex& get() const {
+        KtMutex* m = m_pMutex.load(std::memory_order_acquire);
+        return m ? *m : create();
+    }
+
+private:
+    KtMutex& create() const;
+    mutable std::atomic<KtMutex*> m_pMutex;
 };
 
 /// Holds a KtMutex for the lifetime of the guard.

@@ -18,8 +18,7 @@ Torvane::MemPool& paramPool() {
 }  // namespace
 
 KtParameters::KtParameters(char separator)
-    : m_pMutex(nullptr),
-      m_pPairs(m_InlinePairs),
+    : m_pPairs(m_InlinePairs),
       m_Size(0),
       m_Capacity(kInlinePairs),
       m_pText(m_InlineText),
@@ -38,7 +37,6 @@ KtParameters::KtParameters(const KtParameters& other) : KtParameters(other.m_Sep
 
 KtParameters::~KtParameters() {
     freeBlocks();
-    delete m_pMutex.load(std::memory_order_acquire);
 }
 
 KtParameters* KtParameters::clone() const { return new KtParameters(*this); }
@@ -51,15 +49,6 @@ KtHandle<KtParameters> KtParameters::sCloneOf(const KtParameters* list) {
 
 KtString KtParameters::sValueIn(const KtParameters* list, const char* name) {
     return list != nullptr ? list->getValue(name) : KtString();
-}
-
-KtMutex& KtParameters::createMutex() const {
-    KtMutex* created = new KtMutex();
-    KtMutex* expected = nullptr;
-    if (m_pMutex.compare_exchange_strong(expected, created, std::memory_order_acq_rel, std::memory_order_acquire))
-        return *created;
-    delete created;  // another thread created it first
-    return *expected;
 }
 
 void KtParameters::freeBlocks() noexcept {

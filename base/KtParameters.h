@@ -150,11 +150,7 @@ private:
 
     // The list's mutex, created on first locked use (most parsed lists are only read by the
     // thread that parsed them, so many never need one).
-    KtMutex& mutex() const {
-        KtMutex* m = m_pMutex.load(std::memory_order_acquire);
-        return m ? *m : createMutex();
-    }
-    KtMutex& createMutex() const;
+    KtMutex& mutex() const { return m_Mutex.get(); }
     // Runs `f` under the mutex, or without it when this handle is the list's only reference.
     template <class F>
     auto unshared(F f) const -> decltype(f()) {
@@ -183,7 +179,7 @@ private:
     void parseUnlocked(KtInputStream& in);
     void serializeUnlocked(KtOutputStream& out) const;
 
-    mutable std::atomic<KtMutex*> m_pMutex;
+    KtLazyMutex m_Mutex;
     Pair* m_pPairs;
     Count m_Size;
     unsigned m_Capacity;

@@ -226,8 +226,7 @@ bool KtSipMessage::sIsRegistered(const char* method) {
 // ---- life cycle --------------------------------------------------------------------------
 
 KtSipMessage::KtSipMessage()
-    : m_pMutex(new KtMutex()),
-      m_pBody(nullptr),
+    : m_pBody(nullptr),
       m_BodySize(0),
       m_BodyCapacity(0),
       m_MajorVersion(2),
@@ -239,7 +238,6 @@ KtSipMessage::KtSipMessage()
 
 KtSipMessage::KtSipMessage(const KtSipMessage& other)
     : KtObject(),
-      m_pMutex(new KtMutex()),
       m_pBody(nullptr),
       m_BodySize(0),
       m_BodyCapacity(0),
@@ -250,7 +248,7 @@ KtSipMessage::KtSipMessage(const KtSipMessage& other)
       m_ConnectionTransport(KtSocketImpl::UDP),
       m_Status(STATUS_VALID) {
     try {
-        KtMutexGuard guard(*other.m_pMutex);
+        KtMutexGuard guard(other.m_Mutex.get());
         m_MajorVersion = other.m_MajorVersion;
         m_MinorVersion = other.m_MinorVersion;
         m_ConnectionAddress = other.m_ConnectionAddress;
@@ -284,13 +282,11 @@ KtSipMessage::KtSipMessage(const KtSipMessage& other)
         }
     } catch (...) {
         freeBody();
-        delete m_pMutex;
         throw;
     }
 }
 
 KtSipMessage::~KtSipMessage() {
-    delete m_pMutex;
     freeBody();
     // The slot handles release the chains; the header base unlinks them iteratively.
 }
@@ -513,7 +509,7 @@ void KtSipMessage::addUnlocked(const KtHandle<KtSipHeader>& header, bool prepend
 
 void KtSipMessage::addHeader(KtHandle<KtSipHeader> header, bool prepend) {
     if (header.isNil()) return;
-    KtMutexGuard guard(*m_pMutex);
+    KtMutexGuard guard(m_Mutex.get());
     addUnlocked(header, prepend, "KtSipMessage::addHeader");
 }
 
@@ -534,7 +530,7 @@ void KtSipMessage::addSingleHeader(KtHandle<KtSipHeader> header, bool prepend) {
         addHeaderByID(copy);
         return;
     }
-    KtMutexGuard guard(*m_pMutex);
+    KtMutexGuard guard(m_Mutex.get());
     if (existing.get() == header.get()) {
         TORVANE_DEBUG(fileLogger(), "KtSipMessage::addSingleHeader"
                                         << " : adding a header twice : " << header->getToken().c_str());
@@ -580,7 +576,7 @@ HeaderID KtSipMessage::mTokenToID(const char* name) const {
 
 KtHandle<KtSipHeader> KtSipMessage::mGetHeader(const char* name) const {
     if (name == nullptr) return KtHandle<KtSipHeader>();
-    KtMutexGuard guard(*m_pMutex);
+    KtMutexGuard guard(m_Mutex.get());
     const HeaderID id = mTokenToID(name);
     if (id != HeaderUnknown) return m_Headers[id];
     for (const KtSipHeader* h = m_Headers[HeaderUnknown].get(); h != nullptr; h = h->getNext().get())
@@ -590,7 +586,7 @@ KtHandle<KtSipHeader> KtSipMessage::mGetHeader(const char* name) const {
 
 bool KtSipMessage::removeHeader(const char* name) {
     if (name == nullptr) return false;
-    KtMutexGuard guard(*m_pMutex);
+    KtMutexGuard guard(m_Mutex.get());
     const HeaderID id = mTokenToID(name);
     KtHandle<KtSipHeader>& slot = m_Headers[id];
     if (slot.isNil()) return false;
@@ -620,13 +616,13 @@ bool KtSipMessage::removeHeader(const char* name) {
 }
 
 std::vector<HeaderID> KtSipMessage::getHeaderOrder() const {
-    KtMutexGuard guard(*m_pMutex);
+    KtMutexGuard guard(m_Mutex.get());
     return m_HeaderOrder.toVector();
 }
 
 KtHandle<KtSipHeader> KtSipMessage::cloneHeaderChain(HeaderID id) const {
     if (id < 0 || id >= HeaderSlotCount) return KtHandle<KtSipHeader>();
-    KtMutexGuard guard(*m_pMutex);
+    KtMutexGuard guard(m_Mutex.get());
     KtHandle<KtSipHeader> first;
     KtSipHeader* tail = nullptr;
     for (const KtSipHeader* h = m_Headers[id].get(); h != nullptr; h = h->getNext().get()) {
@@ -643,7 +639,7 @@ KtHandle<KtSipHeader> KtSipMessage::cloneHeaderChain(HeaderID id) const {
 
 KtHandle<KtSipHeader> KtSipMessage::cloneFirstHeader(HeaderID id) const {
     if (id < 0 || id >= HeaderSlotCount) return KtHandle<KtSipHeader>();
-    KtMutexGuard guard(*m_pMutex);
+    KtMutexGuard guard(m_Mutex.get());
     if (m_Headers[id].isNil()) return KtHandle<KtSipHeader>();
     KtHandle<KtSipHeader> copy(m_Headers[id]->clone());
     copy->setNext(nullptr);
@@ -738,7 +734,7 @@ KtString KtSipMessage::createKey() const {
     if (m_Status == STATUS_PARSE_FAILED) KtException::sThrow(kInvalid);
     KtHandle<KtSipHeader> to, from, callId, cseq, via, rack;
     {
-        KtMutexGuard guard(*m_pMutex);
+        KtMutexGuard guard(m_Mutex.get());
         to = m_Headers[HeaderTo];
         from = m_Headers[HeaderFrom];
         callId = m_Headers[HeaderCallId];
@@ -772,7 +768,7 @@ KtString KtSipMessage::createKey() const {
 void KtSipMessage::serialize(KtOutputStream& out) const {
     TORVANE_TRACE_SCOPE(fileLogger(), "KtSipMessage::serialize");
     serializeStartLine(out);
-    KtMutexGuard guard(*m_pMutex);
+    KtMutexGuard guard(m_Mutex.get());
     for (unsigned i = 0; i < m_HeaderOrder.size(); ++i) {
         const KtSipHeader* first = m_Headers[m_HeaderOrder[i]].get();
         if (first != nullptr) first->serialize(out);
@@ -795,13 +791,13 @@ void KtSipMessage::setBody(const void* body, const char* contentType, unsigned l
     if (pLength == nullptr) {
         addHeader(KtHandle<KtSipHeader>(new KtSipContentLengthHeader(length)), false);
     } else {
-        KtMutexGuard guard(*m_pMutex);
+        KtMutexGuard guard(m_Mutex.get());
         pLength->setValue(length);
     }
     if (length != 0) {
         if (body == nullptr) KtSipParseError::sThrow("Can't build SIP request with NULL body pointer");
         if (contentType == nullptr) KtSipParseError::sThrow("Can't build SIP request(with body) with no content-type");
-        KtMutexGuard guard(*m_pMutex);
+        KtMutexGuard guard(m_Mutex.get());
         replaceBody(body, length);
     }
     KtHandle<KtSipHeader> typeHeader = mGetHeaderByID(HeaderContentType);
@@ -811,7 +807,7 @@ void KtSipMessage::setBody(const void* body, const char* contentType, unsigned l
         created->setMediaType(contentType);
         addHeader(KtHandle<KtSipHeader>(created), false);
     } else if (contentType != nullptr) {
-        KtMutexGuard guard(*m_pMutex);
+        KtMutexGuard guard(m_Mutex.get());
         pType->setMediaType(contentType);
     }
 }
@@ -834,27 +830,27 @@ void KtSipMessage::logMessage(const Torvane::Logger& logger, bool received, cons
 }
 
 void KtSipMessage::setConnectionAddress(const KtInetAddress& address) {
-    KtMutexGuard guard(*m_pMutex);
+    KtMutexGuard guard(m_Mutex.get());
     m_ConnectionAddress = address;
 }
 
 void KtSipMessage::setConnectionPort(unsigned port) {
-    KtMutexGuard guard(*m_pMutex);
+    KtMutexGuard guard(m_Mutex.get());
     m_ConnectionPort = port;
 }
 
 void KtSipMessage::setLocalAddress(const KtInetAddress& address) {
-    KtMutexGuard guard(*m_pMutex);
+    KtMutexGuard guard(m_Mutex.get());
     m_LocalAddress = address;
 }
 
 void KtSipMessage::setLocalPort(unsigned port) {
-    KtMutexGuard guard(*m_pMutex);
+    KtMutexGuard guard(m_Mutex.get());
     m_LocalPort = port;
 }
 
 void KtSipMessage::setConnectionTransport(KtSocketImpl::Transport transport) {
-    KtMutexGuard guard(*m_pMutex);
+    KtMutexGuard guard(m_Mutex.get());
     m_ConnectionTransport = transport;
 }
 

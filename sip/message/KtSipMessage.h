@@ -265,7 +265,7 @@ protected:
     /// Frees the body.
     void freeBody() noexcept;
 
-    KtMutex* m_pMutex;
+    KtLazyMutex m_Mutex;  ///< made on first locked use: a parsed message often needs none
     KtSipHeaderOrder m_HeaderOrder;
     KtHandle<KtSipHeader> m_Headers[HeaderSlotCount];
     unsigned char* m_pBody;

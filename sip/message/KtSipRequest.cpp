@@ -279,7 +279,7 @@ void KtSipRequest::serializeStartLine(KtOutputStream& out) const {
 }
 
 void KtSipRequest::setURI(KtHandle<KtURI> uri) {
-    KtMutexGuard guard(*m_pMutex);
+    KtMutexGuard guard(m_Mutex.get());
     m_URI = uri.isNil() ? nullptr : uri->clone();
     stripBrackets();
 }

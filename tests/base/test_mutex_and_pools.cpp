@@ -37,6 +37,32 @@ TEST(KtMutex, GuardsACounterAcrossThreads) {
     delete mutex;
 }
 
+// No mutex exists until the first get(); threads racing to the first get() all end up with
+// the one mutex stored (the losers' are freed), which then guards their counter.
+TEST(KtLazyMutex, MadeOnFirstUseOnceForAllThreads) {
+    const Torvane::PoolStats before = Torvane::MemPool::sStatsFor("KtMutex");
+    {
+        KtLazyMutex lazy;
+        EXPECT_EQ(Torvane::MemPool::sStatsFor("KtMutex").liveObjects, before.liveObjects);
+        long counter = 0;
+        std::vector<KtMutex*> seen(4, nullptr);
+        std::vector<std::thread> threads;
+        for (int t = 0; t < 4; ++t)
+            threads.emplace_back([&, t] {
+                seen[t] = &lazy.get();
+                for (int i = 0; i < 10000; ++i) {
+                    KtMutexGuard lock(lazy.get());
+                    ++counter;
+                }
+            });
+        for (auto& th : threads) th.join();
+        EXPECT_EQ(counter, 40000);
+        for (KtMutex* m : seen) EXPECT_EQ(m, seen[0]);
+        EXPECT_EQ(Torvane::MemPool::sStatsFor("KtMutex").liveObjects, before.liveObjects + 1);
+    }
+    EXPECT_EQ(Torvane::MemPool::sStatsFor("KtMutex").liveObjects, before.liveObjects);
+}
+
 TEST(MemPool, CountsLiveObjectsAndBytesPerTag) {
     Torvane::PoolStats before = Torvane::MemPool::sStatsFor("TestPool");
     Torvane::MemPool& pool = Torvane::MemPool::sGet("TestPool");
