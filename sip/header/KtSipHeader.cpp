@@ -55,22 +55,26 @@ struct Registry {
         return (length * 97u + foldCase(p[0]) * 31u + foldCase(p[length - 1])) & (kSlots - 1);
     }
 
-    // Names are unique ignoring case, so at most one slot matches either way: the probe for
-    // the exact spelling runs first, the walk ignoring case only when that one fails.
-    Constructor find(const char* name, unsigned length) const {
-        for (unsigned i = key(name, length);; i = (i + 1) & (kSlots - 1)) {
-            const Slot& s = slots[i];
-            if (s.name == nullptr) return findIgnoringCase(name, length);
-            if (s.length == length && ktEqualBytes(s.name, name, length)) return s.constructor;
-        }
-    }
-
-    __attribute__((noinline)) Constructor findIgnoringCase(const char* name, unsigned length) const {
+    // The constructor of the slot on the probe chain of `name` whose name of the same length
+    // `same` accepts, or null.
+    template <class Same>
+    Constructor probe(const char* name, unsigned length, Same same) const {
         for (unsigned i = key(name, length);; i = (i + 1) & (kSlots - 1)) {
             const Slot& s = slots[i];
             if (s.name == nullptr) return nullptr;
-            if (s.length == length && strncasecmp(s.name, name, length) == 0) return s.constructor;
+            if (s.length == length && same(s.name)) return s.constructor;
         }
+    }
+
+    // Names are unique ignoring case, so at most one slot matches either way: the probe for
+    // the exact spelling runs first, the probe ignoring case only when that one fails.
+    Constructor find(const char* name, unsigned length) const {
+        Constructor c = probe(name, length, [&](const char* n) { return ktEqualBytes(n, name, length); });
+        return c != nullptr ? c : probeIgnoringCase(name, length);
+    }
+
+    __attribute__((noinline)) Constructor probeIgnoringCase(const char* name, unsigned length) const {
+        return probe(name, length, [&](const char* n) { return strncasecmp(n, name, length) == 0; });
     }
 
     Constructor find(const char* name) const { return find(name, static_cast<unsigned>(std::strlen(name))); }
