@@ -5,39 +5,24 @@
 
 #include "KtInputStream.h"
 
-unsigned KtStringTable::key(const char* text, unsigned length) noexcept {
-    if (length == 0) return 0;
-    const unsigned char* p = reinterpret_cast<const unsigned char*>(text);
-    return length * 131u + p[0] * 31u + p[length - 1] * 7u + p[length / 2];
-}
-
-KtStringTable::KtStringTable(std::initializer_list<const char*> words) : m_pWords(nullptr), m_Size(0) {
+KtStringTable::KtStringTable(std::initializer_list<const char*> words)
+    : m_pWords(nullptr), m_Table(static_cast<unsigned>(words.size())) {
     KtString* kept = new KtString[words.size()];
+    unsigned n = 0;
     for (const char* w : words) {
         if (w == nullptr || *w == '\0') continue;
-        bool known = false;
-        for (unsigned i = 0; i < m_Size && !known; ++i) known = kept[i] == w;
-        if (!known) kept[m_Size++] = KtString::sStatic(w);
+        const unsigned length = static_cast<unsigned>(std::strlen(w));
+        if (m_Table.find(w, length) != nullptr) continue;  // kept once
+        kept[n] = KtString::sStatic(w);
+        m_Table.add(kept[n].c_str(), length, &kept[n]);
+        ++n;
     }
     m_pWords = kept;
-    unsigned slots = 16;
-    while (slots < 2 * m_Size) slots *= 2;
-    m_Slots.assign(slots, nullptr);
-    for (unsigned w = 0; w < m_Size; ++w) {
-        unsigned i = key(m_pWords[w].c_str(), m_pWords[w].length()) & (slots - 1);
-        while (m_Slots[i] != nullptr) i = (i + 1) & (slots - 1);
-        m_Slots[i] = &m_pWords[w];
-    }
 }
 
 const KtString* KtStringTable::find(const char* text, unsigned length) const noexcept {
-    if (m_Size == 0 || length == 0) return nullptr;
-    const unsigned mask = static_cast<unsigned>(m_Slots.size()) - 1;
-    for (unsigned i = key(text, length) & mask;; i = (i + 1) & mask) {
-        const KtString* w = m_Slots[i];
-        if (w == nullptr) return nullptr;
-        if (w->length() == length && ktEqualBytes(w->c_str(), text, length)) return w;
-    }
+    if (length == 0) return nullptr;
+    return m_Table.find(text, length);
 }
 
 KtString KtStringTable::make(const char* text, unsigned length) const {

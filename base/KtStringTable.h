@@ -3,8 +3,8 @@
 #define KTSIP_KT_STRING_TABLE_H
 
 #include <initializer_list>
-#include <vector>
 
+#include "KtProbeTable.h"
 #include "KtString.h"
 
 class KtInputStream;
@@ -35,13 +35,11 @@ public:
     KtString parse(KtInputStream& in, const KtDelimiterSet& delimiters, bool trim) const;
 
     /// Number of words held.
-    unsigned size() const noexcept { return m_Size; }
+    unsigned size() const noexcept { return m_Table.size(); }
 
 private:
-    static unsigned key(const char* text, unsigned length) noexcept;
     const KtString* m_pWords;  // the constants; never freed, like the strings they hold
-    unsigned m_Size;
-    std::vector<const KtString*> m_Slots;  // open addressing, a power of two at least twice the words
+    KtProbeTable<const KtString*> m_Table;
 };
 
 #endif

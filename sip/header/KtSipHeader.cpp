@@ -5,6 +5,7 @@
 #include <map>
 #include <strings.h>
 
+#include "KtProbeTable.h"
 #include "KtSipUnknownHeader.h"
 #include "KtStreamTokenizer.h"
 
@@ -31,61 +32,32 @@ struct CaseLess {
     bool operator()(const char* a, const char* b) const { return strcasecmp(a, b) < 0; }
 };
 
-inline unsigned char foldCase(unsigned char c) { return (c >= 'A' && c <= 'Z') ? static_cast<unsigned char>(c + 32) : c; }
-
 // The registry: the ordered map of names (the reference structure, case-insensitive order)
-// and, filled at the same time, an open-addressing table through which lookups go. Its key
-// is the name's length with its first and last bytes folded to lower case: three loads,
-// no walk over the name; a probe compares lengths, then the bytes (exact first, as names
-// mostly arrive in their registered spelling, then ignoring case). Both structures are
-// written only while the library's static initialisers run.
+// and, filled at the same time, the probe table through which lookups go. A lookup probes for
+// the exact spelling first, as names mostly arrive as registered, and walks the same chain
+// ignoring case only when that fails (names are unique ignoring case, so at most one entry
+// matches either way). Both structures are written only while the library's static
+// initialisers run.
 struct Registry {
-    static const unsigned kSlots = 512;  // far more than the 64 names, so probes stay short
-    struct Slot {
-        const char* name;
-        unsigned length;
-        Constructor constructor;
-    };
+    static const unsigned kCapacity = 256;  // far more than the 64 names, so probes stay short
     std::map<const char*, Constructor, CaseLess> map;
-    Slot slots[kSlots] = {};
+    KtProbeTable<Constructor> table{kCapacity};
 
-    static unsigned key(const char* name, unsigned length) {
-        if (length == 0) return 0;
-        const unsigned char* p = reinterpret_cast<const unsigned char*>(name);
-        return (length * 97u + foldCase(p[0]) * 31u + foldCase(p[length - 1])) & (kSlots - 1);
-    }
-
-    // The constructor of the slot on the probe chain of `name` whose name of the same length
-    // `same` accepts, or null.
-    template <class Same>
-    Constructor probe(const char* name, unsigned length, Same same) const {
-        for (unsigned i = key(name, length);; i = (i + 1) & (kSlots - 1)) {
-            const Slot& s = slots[i];
-            if (s.name == nullptr) return nullptr;
-            if (s.length == length && same(s.name)) return s.constructor;
-        }
-    }
-
-    // Names are unique ignoring case, so at most one slot matches either way: the probe for
-    // the exact spelling runs first, the probe ignoring case only when that one fails.
     Constructor find(const char* name, unsigned length) const {
-        Constructor c = probe(name, length, [&](const char* n) { return ktEqualBytes(n, name, length); });
+        Constructor c = table.find(name, length);
         return c != nullptr ? c : probeIgnoringCase(name, length);
     }
 
     __attribute__((noinline)) Constructor probeIgnoringCase(const char* name, unsigned length) const {
-        return probe(name, length, [&](const char* n) { return strncasecmp(n, name, length) == 0; });
+        return table.findIf(name, length, [&](const char* n) { return strncasecmp(n, name, length) == 0; });
     }
 
     Constructor find(const char* name) const { return find(name, static_cast<unsigned>(std::strlen(name))); }
 
     void add(const char* name, Constructor constructor) {
-        if (map.size() >= kSlots / 2) return;  // the table is sized for the library's own classes
+        if (table.full()) return;  // the table is sized for the library's own classes
         if (!map.emplace(name, constructor).second) return;  // first registration wins
-        const unsigned length = static_cast<unsigned>(std::strlen(name));
-        unsigned i = key(name, length);
-        while (slots[i].name != nullptr) i = (i + 1) & (kSlots - 1);
-        slots[i] = Slot{name, length, constructor};
+        table.add(name, static_cast<unsigned>(std::strlen(name)), constructor);
     }
 };
 

@@ -10,6 +10,7 @@
 #include <sstream>
 
 #include "KtErrorStream.h"
+#include "KtProbeTable.h"
 #include "KtSipAcceptHeader.h"
 #include "KtSipCSeqHeader.h"
 #include "KtSipCallIdHeader.h"
@@ -158,36 +159,17 @@ struct TokenLess {
 }  // namespace
 
 // The registry: the ordered map (the reference structure) and, filled at the same time, a
-// small open-addressing table through which parsing looks first tokens up: its key is the
-// token's length with its first and last bytes, so a lookup costs a few loads and one comparison
-// instead of a walk with a strcmp per level. Names point into the map's keys, which never
-// move. Registrations beyond half the table's size stay in the map only, and lookups then go
+// probe table through which parsing looks first tokens up (a few loads and one comparison
+// instead of a walk with a strcmp per level). Names point into the map's keys, which never
+// move. Registrations beyond the table's capacity stay in the map only, and lookups then go
 // to the map.
 struct KtSipMessage::ConstructorMap : std::map<KtString, KtSipMessage::Creator, TokenLess> {
-    static const unsigned kSlots = 64;
-    struct Slot {
-        const char* name;
-        unsigned length;
-        Creator create;
-    };
-    Slot slots[kSlots] = {};
-    unsigned indexed = 0;
+    KtProbeTable<Creator> table{64};
     bool complete = true;  // every registered name is in the table
 
-    static unsigned key(const char* name, unsigned length) {
-        const unsigned char* p = reinterpret_cast<const unsigned char*>(name);
-        return (length * 7u + p[0] * 3u + p[length - 1]) & (kSlots - 1);
-    }
     void index(const KtString& name, Creator create) {
         if (name.empty()) return;  // an empty token is looked up in the map
-        if (indexed * 2 >= kSlots) {
-            complete = false;
-            return;
-        }
-        unsigned i = key(name.c_str(), name.length());
-        while (slots[i].name != nullptr) i = (i + 1) & (kSlots - 1);
-        slots[i] = Slot{name.c_str(), name.length(), create};
-        ++indexed;
+        if (!table.add(name.c_str(), name.length(), create)) complete = false;
     }
     // The creator registered for `token` (NUL-terminated), or null.
     Creator lookup(const char* token) const {
@@ -196,11 +178,7 @@ struct KtSipMessage::ConstructorMap : std::map<KtString, KtSipMessage::Creator, 
             const_iterator it = find(token);
             return it == end() ? nullptr : it->second;
         }
-        for (unsigned i = key(token, length);; i = (i + 1) & (kSlots - 1)) {
-            const Slot& s = slots[i];
-            if (s.name == nullptr) return nullptr;
-            if (s.length == length && ktEqualBytes(s.name, token, length)) return s.create;
-        }
+        return table.find(token, length);
     }
 };
 
