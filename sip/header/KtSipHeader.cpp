@@ -137,15 +137,16 @@ struct PlainLine {
 // The usual line lies whole in the stream's window, ends in CR LF, holds no other CR and is
 // not folded (the byte after its LF is neither space nor tab): returns its length up to the
 // CR, or -1 when the general line collection must run.
+// One scan finds the first CR or LF: the line qualifies when that byte is a CR followed by
+// its LF (so no other CR comes before it), within `textMax` bytes.
 inline int plainLineLength(const KtInputStream& in, unsigned textMax) {
     const char* p = in.current();
     const char* end = in.end();
     if (p >= end) return -1;
-    const char* nl = static_cast<const char*>(std::memchr(p, '\n', static_cast<std::size_t>(end - p)));
-    if (nl == nullptr || nl == p || nl[-1] != '\r' || nl + 1 >= end || nl[1] == ' ' || nl[1] == '\t') return -1;
-    const unsigned length = static_cast<unsigned>(nl - 1 - p);
-    if (length > textMax || std::memchr(p, '\r', length) != nullptr) return -1;
-    return static_cast<int>(length);
+    const char* limit = static_cast<unsigned>(end - p) > textMax + 1 ? p + textMax + 1 : end;
+    const char* cr = ktFindEither(p, limit, '\r', '\n');
+    if (cr == limit || *cr != '\r' || cr + 2 >= end || cr[1] != '\n' || cr[2] == ' ' || cr[2] == '\t') return -1;
+    return static_cast<int>(cr - p);
 }
 
 inline bool findPlainLine(const KtInputStream& in, unsigned textMax, PlainLine& line) {
@@ -305,8 +306,8 @@ void KtSipHeader::parseRest(KtInputStream& in) {
         for (;;) {
             const char* p = in.current();
             const char* end = in.end();
-            const char* comma = static_cast<const char*>(std::memchr(p, ',', static_cast<std::size_t>(end - p)));
-            if (comma) {
+            const char* comma = ktFindByte(p, end, ',');
+            if (comma < end) {
                 in.setCurrent(comma + 1);
                 c = ',';
                 break;
