@@ -39,7 +39,7 @@ struct CaseLess {
 // matches either way). Both structures are written only while the library's static
 // initialisers run.
 struct Registry {
-    static const unsigned kCapacity = 256;  // far more than the 64 names, so probes stay short
+    static const unsigned kCapacity = 128;  // twice the 64 names of the library, leaving room for more
     std::map<const char*, Constructor, CaseLess> map;
     KtProbeTable<Constructor> table{kCapacity};
 
