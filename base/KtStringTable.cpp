@@ -31,6 +31,16 @@ KtString KtStringTable::make(const char* text, unsigned length) const {
 }
 
 KtString KtStringTable::parse(KtInputStream& in, const KtDelimiterSet& delimiters, bool trim) const {
+    return parseWith(this, in, delimiters, trim);
+}
+
+KtString KtStringTable::sParseWord(KtInputStream& in, const KtDelimiterSet& delimiters, bool trim) {
+    return parseWith(nullptr, in, delimiters, trim);
+}
+
+// The reading of parse(); `table` (may be null) supplies the shared constants.
+KtString KtStringTable::parseWith(const KtStringTable* table, KtInputStream& in, const KtDelimiterSet& delimiters,
+                                  bool trim) {
     int c;
     while ((c = in.peek()) == ' ' || c == '\t') in.advance(1);
     if (c < 0) return KtString();
@@ -44,7 +54,8 @@ KtString KtStringTable::parse(KtInputStream& in, const KtDelimiterSet& delimiter
         if (trim) {
             ktTrimRange(start, p);
         }
-        return make(start, static_cast<unsigned>(p - start));
+        const unsigned length = static_cast<unsigned>(p - start);
+        return table != nullptr ? table->make(start, length) : KtString(start, length);
     }
     // The word runs to the end of the window: the string buffer's reader collects it across
     // refills (nothing is consumed yet but the blanks it would skip too).
@@ -52,6 +63,7 @@ KtString KtStringTable::parse(KtInputStream& in, const KtDelimiterSet& delimiter
     KtStringBuffer* buffer = word.mutableBuffer();
     buffer->parse(in, delimiters);
     if (trim) buffer->trim();
-    if (const KtString* w = find(buffer->c_str(), buffer->length())) return *w;
+    if (table != nullptr)
+        if (const KtString* w = table->find(buffer->c_str(), buffer->length())) return *w;
     return word;
 }

@@ -33,11 +33,14 @@ public:
     /// in the stream), removes white space around the text when `trim` is true, and returns
     /// it through make(). Returns a nil string when no byte remains.
     KtString parse(KtInputStream& in, const KtDelimiterSet& delimiters, bool trim) const;
+    /// Reads as parse() does, for texts no table holds: the word is always a new string.
+    static KtString sParseWord(KtInputStream& in, const KtDelimiterSet& delimiters, bool trim);
 
     /// Number of words held.
     unsigned size() const noexcept { return m_Table.size(); }
 
 private:
+    static KtString parseWith(const KtStringTable* table, KtInputStream& in, const KtDelimiterSet& delimiters, bool trim);
     const KtString* m_pWords;  // the constants; never freed, like the strings they hold
     KtProbeTable<const KtString*> m_Table;
 };

@@ -2,6 +2,7 @@
 #include "KtSipServerHeader.h"
 
 #include "KtStreamTokenizer.h"
+#include "KtStringTable.h"
 
 TORVANE_FILE_LOGGER("calvoran.kt.KtSipServerHeader")
 
@@ -26,9 +27,7 @@ KtSipServerHeader::KtSipServerHeader(const char* product, const char* version, c
 
 void KtSipServerHeader::doParse(KtInputStream& in) {
     TORVANE_TRACE_SCOPE(fileLogger(), "KtSipServerHeader::doParse");
-    KtString text;
-    text.mutableBuffer()->parse(in, productStops());
-    text.trim();
+    const KtString text = KtStringTable::sParseWord(in, productStops(), true);
     m_Product = text.empty() ? KtString() : text;
     m_Version.clear();
     m_Comment.clear();
@@ -37,9 +36,7 @@ void KtSipServerHeader::doParse(KtInputStream& in) {
     if (c == '/') {
         // The version is the rest of the line.
         in.read();
-        KtString version;
-        version.mutableBuffer()->parse(in, lineEnd());
-        version.trim();
+        const KtString version = KtStringTable::sParseWord(in, lineEnd(), true);
         if (!version.empty()) m_Version = version;
     } else if (c == '(') {
         in.read();

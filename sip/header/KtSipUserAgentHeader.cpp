@@ -1,6 +1,8 @@
 // The User-Agent header.
 #include "KtSipUserAgentHeader.h"
 
+#include "KtStringTable.h"
+
 TORVANE_FILE_LOGGER("calvoran.kt.KtSipUserAgentHeader")
 
 KT_SIP_HEADER_REGISTER(KtSipUserAgentHeader, "User-Agent")
@@ -24,9 +26,7 @@ KtSipUserAgentHeader::KtSipUserAgentHeader(const char* product, const char* vers
 
 void KtSipUserAgentHeader::doParse(KtInputStream& in) {
     TORVANE_TRACE_SCOPE(fileLogger(), "KtSipUserAgentHeader::doParse");
-    KtString product;
-    product.mutableBuffer()->parse(in, productStops());
-    product.trim();
+    const KtString product = KtStringTable::sParseWord(in, productStops(), true);
     m_Product = product.empty() ? KtString() : product;
     m_Version.clear();
     m_Comment.clear();
@@ -35,9 +35,7 @@ void KtSipUserAgentHeader::doParse(KtInputStream& in) {
         // The version runs to the next comma or the line end, further products and comments
         // included ("3.6.1 (belle-sip/1.2.4)"), so nothing of them is lost.
         in.read();
-        KtString version;
-        version.mutableBuffer()->parse(in, versionStops());
-        version.trim();
+        const KtString version = KtStringTable::sParseWord(in, versionStops(), true);
         if (!version.empty()) m_Version = version;
     } else if (c == '(') {
         // A comment right after the product; text after its ")" is left to the line reader.
