@@ -137,3 +137,37 @@ TEST(KtBytes, FindFirstOfOneOrTwoBytesAtEveryPosition) {
         }
     }
 }
+
+// findIn and skipIn agree with a byte-by-byte walk for sets with no word byte (searched in
+// sixteen-byte steps), with every word byte (skipped in steps) and with some (byte by byte),
+// over texts that mix word bytes, other printable bytes and bytes from 0x80 up, at every start.
+TEST(KtDelimiterSet, FindAndSkipAgreeWithByteWalk) {
+    KtDelimiterSet allWords("");
+    for (unsigned c = 0; c < 256; ++c)
+        if (KtDelimiterSet::sIsWordByte(static_cast<unsigned char>(c))) allWords.add(static_cast<unsigned char>(c));
+    KtDelimiterSet allWordsAndAt = allWords;
+    allWordsAndAt.add('@');
+    const KtDelimiterSet sets[] = {
+        KtDelimiterSet(" \t\r\n\\\"()<>@,;:/[]?={}"), KtDelimiterSet("\r\n\",=\\;"), KtDelimiterSet(";"),
+        KtDelimiterSet("a;"), KtDelimiterSet("-"), allWords, allWordsAndAt, KtDelimiterSet(nullptr),
+    };
+    const std::string texts[] = {
+        "z9hG4bK.nashds-9ABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789;branch=1",
+        "alice@atlanta.example.com_under`tick~tilde[br]{c}^|\x80\xff\x7f end;x",
+        std::string("pc33.atlanta.com\0nul-inside.example.org:5060;lr", 47),
+        "", "a", "@", "0123456789abcdef", "0123456789abcdef@",
+    };
+    for (const KtDelimiterSet& set : sets) {
+        for (const std::string& t : texts) {
+            const char* end = t.data() + t.size();
+            for (const char* p = t.data(); p <= end; ++p) {
+                const char* find = p;
+                while (find < end && !set.contains(static_cast<unsigned char>(*find))) ++find;
+                const char* skip = p;
+                while (skip < end && set.contains(static_cast<unsigned char>(*skip))) ++skip;
+                EXPECT_EQ(set.findIn(p, end), find) << t << " from " << (p - t.data());
+                EXPECT_EQ(set.skipIn(p, end), skip) << t << " from " << (p - t.data());
+            }
+        }
+    }
+}
