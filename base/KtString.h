@@ -117,43 +117,9 @@ public:
         if (sIsWordByte(c)) ++m_WordBytes;
     }
     /// The first byte of [p, end) in the set, or `end`: the scanning loop of the readers.
-    const char* findIn(const char* p, const char* end) const noexcept {
-#if defined(__SSE2__)
-        if (m_WordBytes == 0) {
-            while (end - p >= 16) {
-                const unsigned words = sWordMask16(p);
-                if (words == 0xFFFFu) {
-                    p += 16;
-                    continue;
-                }
-                p += __builtin_ctz(~words);  // the first byte that is no word byte
-                if (contains(static_cast<unsigned char>(*p))) return p;
-                ++p;
-            }
-        }
-#endif
-        while (p < end && !contains(static_cast<unsigned char>(*p))) ++p;
-        return p;
-    }
+    const char* findIn(const char* p, const char* end) const noexcept { return scan<true>(p, end); }
     /// The first byte of [p, end) outside the set, or `end`.
-    const char* skipIn(const char* p, const char* end) const noexcept {
-#if defined(__SSE2__)
-        if (m_WordBytes == kWordByteCount) {
-            while (end - p >= 16) {
-                const unsigned words = sWordMask16(p);
-                if (words == 0xFFFFu) {
-                    p += 16;
-                    continue;
-                }
-                p += __builtin_ctz(~words);
-                if (!contains(static_cast<unsigned char>(*p))) return p;
-                ++p;
-            }
-        }
-#endif
-        while (p < end && contains(static_cast<unsigned char>(*p))) ++p;
-        return p;
-    }
+    const char* skipIn(const char* p, const char* end) const noexcept { return scan<false>(p, end); }
 
     /// True for the word bytes: ASCII letters and digits, "." and "-".
     static bool sIsWordByte(unsigned char c) noexcept {
@@ -162,6 +128,28 @@ public:
     }
 
 private:
+    // The first byte of [p, end) whose membership is `In`. When no word byte has that
+    // membership, runs of word bytes are passed over sixteen at a time.
+    template <bool In>
+    const char* scan(const char* p, const char* end) const noexcept {
+#if defined(__SSE2__)
+        if (m_WordBytes == (In ? 0u : kWordByteCount)) {
+            while (end - p >= 16) {
+                const unsigned words = sWordMask16(p);
+                if (words == 0xFFFFu) {
+                    p += 16;
+                    continue;
+                }
+                p += __builtin_ctz(~words);  // the first byte that is no word byte
+                if (contains(static_cast<unsigned char>(*p)) == In) return p;
+                ++p;
+            }
+        }
+#endif
+        while (p < end && contains(static_cast<unsigned char>(*p)) != In) ++p;
+        return p;
+    }
+
 #if defined(__SSE2__)
     // Bit i set when p[i] is a word byte (the 16 bytes at p must be readable).
     static unsigned sWordMask16(const char* p) noexcept {

@@ -136,9 +136,9 @@ struct PlainLine {
 
 // The usual line lies whole in the stream's window, ends in CR LF, holds no other CR and is
 // not folded (the byte after its LF is neither space nor tab): returns its length up to the
-// CR, or -1 when the general line collection must run.
-// One scan finds the first CR or LF: the line qualifies when that byte is a CR followed by
-// its LF (so no other CR comes before it), within `textMax` bytes.
+// CR, or -1 when the general line collection must run. One scan finds the first CR or LF:
+// the line qualifies when that byte, within `textMax` bytes, is a CR followed by its LF (so
+// no other CR comes before it).
 inline int plainLineLength(const KtInputStream& in, unsigned textMax) {
     const char* p = in.current();
     const char* end = in.end();
