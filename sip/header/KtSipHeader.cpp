@@ -43,7 +43,7 @@ struct Registry {
     std::map<const char*, Constructor, CaseLess> map;
     KtProbeTable<Constructor> table{kCapacity};
 
-    Constructor find(const char* name, unsigned length) const {
+    __attribute__((always_inline)) Constructor find(const char* name, unsigned length) const {
         Constructor c = table.find(name, length);
         return c != nullptr ? c : probeIgnoringCase(name, length);
     }
