@@ -52,7 +52,7 @@ struct PoolShared {
     FreeBlock* lists[kClasses] = {};
     unsigned counts[kClasses] = {};
     // Counters of threads that have ended, and of blocks handled with no thread cache.
-    std::atomic<long long> retiredObjects{0};
+    std::atomic<unsigned long long> retiredFrees{0};
     std::atomic<long long> retiredBytes{0};
     std::atomic<unsigned long long> retiredAllocations{0};
     std::atomic<unsigned long long> systemAllocations{0};
@@ -135,7 +135,7 @@ struct ThreadCache : ThreadCacheData {
         for (unsigned p = 0; p < n; ++p) {
             PoolShared& s = *r.shared[p];
             CacheCounters& t = c->counters[p];
-            s.retiredObjects.fetch_add(t.objects.exchange(0, std::memory_order_relaxed));
+            s.retiredFrees.fetch_add(t.frees.exchange(0, std::memory_order_relaxed));
             s.retiredBytes.fetch_add(t.bytes.exchange(0, std::memory_order_relaxed));
             s.retiredAllocations.fetch_add(t.allocations.exchange(0, std::memory_order_relaxed));
             if (orphan) continue;
@@ -258,13 +258,17 @@ thread_local CacheOwner tOwner;
 inline void countIn(ThreadCache* c, PoolShared& s, unsigned pool, long long objects, long long bytes) {
     if (c != nullptr) {
         CacheCounters& t = c->counters[pool];
-        ownerAdd(t.objects, objects);
         ownerAdd(t.bytes, bytes);
-        if (objects > 0) ownerAdd(t.allocations, 1ull);
+        if (objects > 0)
+            ownerAdd(t.allocations, 1ull);
+        else
+            ownerAdd(t.frees, 1ull);
     } else {
-        s.retiredObjects.fetch_add(objects, std::memory_order_relaxed);
         s.retiredBytes.fetch_add(bytes, std::memory_order_relaxed);
-        if (objects > 0) s.retiredAllocations.fetch_add(1, std::memory_order_relaxed);
+        if (objects > 0)
+            s.retiredAllocations.fetch_add(1, std::memory_order_relaxed);
+        else
+            s.retiredFrees.fetch_add(1, std::memory_order_relaxed);
     }
 }
 
@@ -346,21 +350,26 @@ std::vector<PoolStats> MemPool::sStats() {
     std::lock_guard<std::mutex> lock(r.mutex);
     unsigned n = r.count.load(std::memory_order_relaxed);
     std::vector<PoolStats> out(n);
+    std::vector<unsigned long long> frees(n);
     for (unsigned p = 0; p < n; ++p) {
         PoolShared& s = *r.shared[p];
         out[p].tag = s.tag;
-        out[p].liveObjects = s.retiredObjects.load();
+        // Live objects are allocations minus frees. Read while other threads work, the counts
+        // are approximate (each counter is read at its own moment); once they are quiet, exact.
+        frees[p] = s.retiredFrees.load();
         out[p].liveBytes = s.retiredBytes.load();
         out[p].allocations = s.retiredAllocations.load();
         out[p].systemAllocations = s.systemAllocations.load();
     }
     for (ThreadCache* c = r.caches; c; c = c->next) {
         for (unsigned p = 0; p < n; ++p) {
-            out[p].liveObjects += c->counters[p].objects.load(std::memory_order_relaxed);
+            frees[p] += c->counters[p].frees.load(std::memory_order_relaxed);
             out[p].liveBytes += c->counters[p].bytes.load(std::memory_order_relaxed);
             out[p].allocations += c->counters[p].allocations.load(std::memory_order_relaxed);
         }
     }
+    for (unsigned p = 0; p < n; ++p)
+        out[p].liveObjects = static_cast<long long>(out[p].allocations - frees[p]);
     return out;
 }
 

@@ -40,8 +40,10 @@ struct CacheBin {
     FreeBlock* head = nullptr;
     unsigned count = 0;
 };
+// Live objects are counted as allocations minus frees, so that handing out a block updates
+// two counters, not three.
 struct CacheCounters {
-    std::atomic<long long> objects{0};
+    std::atomic<unsigned long long> frees{0};
     std::atomic<long long> bytes{0};
     std::atomic<unsigned long long> allocations{0};
 };
@@ -79,7 +81,6 @@ inline FreeBlock* popFast(unsigned pool, unsigned cls, std::size_t size) {
     bin.head = b->next;
     --bin.count;
     CacheCounters& t = c->counters[pool];
-    ownerAdd(t.objects, 1ll);
     ownerAdd(t.bytes, static_cast<long long>(size));
     ownerAdd(t.allocations, 1ull);
     return b;
@@ -96,7 +97,7 @@ inline bool pushFast(unsigned pool, unsigned cls, void* block, std::size_t size)
     bin.head = b;
     ++bin.count;
     CacheCounters& t = c->counters[pool];
-    ownerAdd(t.objects, -1ll);
+    ownerAdd(t.frees, 1ull);
     ownerAdd(t.bytes, -static_cast<long long>(size));
     return true;
 }
