@@ -38,8 +38,18 @@ inline bool strictRoundTrip() {
 
 /// Writing may throw KtException by design: Digest credentials received without a response
 /// write one computed on the spot, and an algorithm other than MD5 refuses the computation
-/// ("Unsupported Algorithm !!!"). A target whose first writing of an input throws stops
-/// there; writings after a first one that succeeded see the same values and must succeed.
+/// ("Unsupported Algorithm !!!"). A target runs its first writing of an input through this:
+/// `text` gets what `write()` returns, or the result is false when it threw, and the target
+/// stops there; writings after a first one that succeeded see the same values and must succeed.
+template <class Write>
+bool firstWriting(Write write, std::string& text) {
+    try {
+        text = write();
+    } catch (const KtException&) {
+        return false;
+    }
+    return true;
+}
 
 /// What `write(out)` puts into a byte-array output stream.
 template <class Writer>
