@@ -299,10 +299,14 @@ void KtParameters::parseUnshared(KtInputStream& in) {
 
 void KtParameters::setValueUnshared(const char* name, const char* value) {
     if (name == nullptr) return;
-    unshared([&] {
-        setUnlocked(name, static_cast<unsigned>(std::strlen(name)), value,
-                    value ? static_cast<unsigned>(std::strlen(value)) : 0, value != nullptr);
-    });
+    setValueUnshared(name, static_cast<unsigned>(std::strlen(name)), value,
+                     value ? static_cast<unsigned>(std::strlen(value)) : 0, value != nullptr);
+}
+
+void KtParameters::setValueUnshared(const char* name, unsigned nameLength, const char* value, unsigned valueLength,
+                                    bool hasValue) {
+    if (!hasValue) valueLength = 0;
+    unshared([&] { setUnlocked(name, nameLength, value, valueLength, hasValue); });
 }
 
 void KtParameters::clearUnshared() {

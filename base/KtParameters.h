@@ -42,6 +42,10 @@ public:
     /// As setValue, clear, hasName, getValue, removeValue and size, likewise without the
     /// mutex for a list no other thread can reach.
     void setValueUnshared(const char* name, const char* value);
+    /// As setValueUnshared(name, value) over texts given by their lengths (holding no NUL);
+    /// `hasValue` false gives a bare name (the value is then ignored).
+    void setValueUnshared(const char* name, unsigned nameLength, const char* value, unsigned valueLength,
+                          bool hasValue);
     void clearUnshared();
     bool hasNameUnshared(const char* name) const;
     KtString getValueUnshared(const char* name) const;

@@ -331,9 +331,15 @@ void KtSipURL::parse(KtInputStream& in) {
         }
     }
 
-    // Host.
+    // Host. The usual name or address ends inside the stream's window and is taken from
+    // there; an IPv6 reference or a host running to the window's end is collected.
     buffer.clear();
-    if (in.peek() == '[') {
+    const char* const hostBegin = in.current();
+    const char* const hostEnd = hostChars().skipIn(hostBegin, in.end());
+    if (hostEnd > hostBegin && hostEnd < in.end() && hostEnd - hostBegin < static_cast<long>(kBufferSize)) {
+        m_Host = KtString(hostBegin, static_cast<unsigned>(hostEnd - hostBegin));
+        in.setCurrent(hostEnd);
+    } else if (in.peek() == '[') {
         buffer.put(in.read());
         for (;;) {
             const int c = in.read();
@@ -344,16 +350,17 @@ void KtSipURL::parse(KtInputStream& in) {
         }
         buffer.put(']');
         if (buffer.length() == 2) KtSipParseError::sThrow(kWrongFormat);
+        m_Host = buffer.str();
     } else {
         takeWhileIn(in, hostChars(), buffer);
+        if (buffer.empty()) {
+            const int c = in.peek();
+            KtSipParseError::sThrow(isBlankOrEnd(c) || c == '>' || c == ';' || c == '?' || c == ',' || c == ':'
+                                        ? kWrongFormat
+                                        : kIllegal);
+        }
+        m_Host = buffer.str();
     }
-    if (buffer.empty()) {
-        const int c = in.peek();
-        KtSipParseError::sThrow(isBlankOrEnd(c) || c == '>' || c == ';' || c == '?' || c == ',' || c == ':'
-                                    ? kWrongFormat
-                                    : kIllegal);
-    }
-    m_Host = buffer.str();
 
     // Port.
     if (in.peek() == ':') {
@@ -471,6 +478,32 @@ void KtSipURL::parseParameter(KtInputStream& in) {
             if (!plain.contains(static_cast<unsigned char>(c))) set.add(static_cast<unsigned char>(c));
         return set;
     }();
+    // The usual parameter ends inside the stream's window: it is read in place, the bytes
+    // taken as the loop below takes them. A byte that loop refuses, a parameter longer than
+    // its work buffer or one running to the end of the window leaves it to the loop (nothing
+    // consumed yet).
+    const char* const begin = in.current();
+    const char* const end = in.end();
+    const char* eq = nullptr;  // the first "=": later ones belong to the value
+    const char* q = begin;
+    for (;;) {
+        q = plain.findIn(q, end);
+        if (q == end || *q != '=') break;
+        if (eq == nullptr) eq = q;
+        ++q;
+    }
+    if (q < end && *q != '"' && *q != '<' && *q != '\0' && q - begin < static_cast<long>(kBufferSize)) {
+        in.setCurrent(q);
+        if (eq == nullptr) {
+            if (q > begin)
+                m_Parameters.unshared().setValueUnshared(begin, static_cast<unsigned>(q - begin), nullptr, 0, false);
+            return;
+        }
+        if (eq == begin) KtSipParseError::sThrow(kWrongFormat);
+        m_Parameters.unshared().setValueUnshared(begin, static_cast<unsigned>(eq - begin), eq + 1,
+                                                 static_cast<unsigned>(q - eq - 1), true);
+        return;
+    }
     WorkBuffer buffer;
     int nameLength = -1;
     for (;;) {

@@ -278,6 +278,11 @@ TEST(KtSipURL, InPlaceAndWindowedReadingAgree) {
         std::string("sip:a\0b@c", 9), "sip:a b@c", "sip:a>b@c", "sip:a,b@c", "sip:a?b@c", "sip:\xc3\xa9@h",
         longUser, lateAt, "sip:host", "sip:a@", "sip:a@\r\n", "sip:" + std::string(1023, 'h') + ";lr",
         "sip:" + std::string(1024, 'h') + ";lr", "sip:a@h%41st", "sip:a@;x", "sip:a@h:5060;x",
+        // parameters: a second "=" in the value, no name, an empty value, empty elements, a
+        // repeated name, refused bytes, and lengths around the 1023-byte work buffer
+        "sip:h;a=b=c", "sip:h;=v", "sip:h;a=", "sip:h;;x;", "sip:h;a=1;a=2;a", "sip:h;p\"x", "sip:h;p<x",
+        std::string("sip:h;p\0x", 9), "sip:h;x=\"q\"", "sip:h;p=" + std::string(1021, 'v') + ";lr",
+        "sip:h;" + std::string(1023, 'n') + ">",
     };
     auto outcome = [](KtInputStream& in, bool inBracket) {
         std::string result;
@@ -300,4 +305,35 @@ TEST(KtSipURL, InPlaceAndWindowedReadingAgree) {
             kttest::GrowingStream windowed(input);
             EXPECT_EQ(outcome(whole, inBracket), outcome(windowed, inBracket)) << input << " in bracket " << inBracket;
         }
+}
+
+// A parameter holds at most 1023 bytes (name, "=" and value): one byte more is refused
+// whether the parameter lies whole in the stream's window or arrives a byte at a time.
+TEST(KtSipURL, ParameterLengthLimitHoldsWhateverTheWindow) {
+    const struct {
+        std::string input;
+        bool refused;
+    } rows[] = {
+        {"sip:h;p=" + std::string(1021, 'v') + ";lr", false},
+        {"sip:h;p=" + std::string(1022, 'v') + ";lr", true},
+        {"sip:h;" + std::string(1023, 'n') + ">", false},
+        {"sip:h;" + std::string(1024, 'n') + ">", true},
+    };
+    auto refused = [](KtInputStream& in) {
+        try {
+            KtSipURL url;
+            url.setInBracket(true);
+            url.parse(in);
+            return false;
+        } catch (const KtException& e) {
+            EXPECT_STREQ("Invalid SIP URL - Buffer overflow", e.getMessage());
+            return true;
+        }
+    };
+    for (const auto& row : rows) {
+        KtByteArrayInputStream whole = kttest::streamOf(row.input);
+        kttest::GrowingStream windowed(row.input);
+        EXPECT_EQ(row.refused, refused(whole)) << row.input.size();
+        EXPECT_EQ(row.refused, refused(windowed)) << row.input.size();
+    }
 }
