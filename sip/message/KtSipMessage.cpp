@@ -683,7 +683,7 @@ void KtSipMessage::checkValidity() {
         }
         if (rule.id == HeaderCSeq) {
             // Requests only: the CSeq method must be the request method (case ignored).
-            const KtSipRequest* request = ktCast<const KtSipRequest>(this);
+            const KtSipRequest* request = asRequest();
             const KtSipCSeqHeader* cseq = ktCast<const KtSipCSeqHeader>(first);
             if (request != nullptr && cseq != nullptr &&
                 strcasecmp(cseq->getMethod().c_str(), request->getMethod().c_str()) != 0) {

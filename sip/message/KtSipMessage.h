@@ -17,6 +17,8 @@
 #include "TorvaneLogger.h"
 #include "TorvaneMemAllocator.h"
 
+class KtSipRequest;
+
 /// The order in which header kinds first entered a message. Each kind normally appears
 /// once, so the first 64 entries live inside the object; only repeated entries (which
 /// addHeaderByID makes when it is called for a kind already present) go to a pooled
@@ -101,6 +103,9 @@ public:
 
     /// True for requests.
     virtual bool isRequest() const = 0;
+    /// This message as a request; null for a response. A virtual call, cheaper than a
+    /// dynamic_cast on the parse path.
+    virtual const KtSipRequest* asRequest() const noexcept { return nullptr; }
     /// True when the status is 0.
     virtual bool isValid() const;
     /// Reads the rest of the message after its first token: start line, headers, body,

@@ -81,6 +81,8 @@ public:
 
     /// Always true.
     bool isRequest() const override { return true; }
+    /// This request.
+    const KtSipRequest* asRequest() const noexcept override { return this; }
     /// False when the status is not 0; otherwise true when the method equals the CSeq
     /// method exactly (false without a CSeq header).
     bool isValid() const override;
