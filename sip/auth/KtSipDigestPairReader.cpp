@@ -17,6 +17,65 @@ void lowerCase(char* text, unsigned length) {
     }
 }
 
+// Spaces outside quotes are dropped by the reader (tabs are text).
+const char* skipSpaces(const char* p, const char* end) {
+    while (p < end && *p == ' ') ++p;
+    return p;
+}
+
+// Reads, straight from the stream's window, the pairs of the usual shape: spaces, a name of
+// letters, digits, "-" and "_", spaces, "=", spaces, then a quoted value without quote, NUL,
+// CR or LF inside, or a bare value up to a space, ",", CR or LF, then spaces and a "," that
+// ends the pair. Each such pair is stored as the general reader stores it (quotes and
+// spaces dropped, the same bytes counted against the buffer limit); `buffered` counts
+// them. Returns false at the first pair of another shape, at a pair that ends the list or
+// reaches the window's end, or one that would pass the limit, with the stream at that
+// pair's start: the general reader goes on from there in the state it would have reached.
+void readPlainPairs(KtInputStream& in, KtParameters& pairs, unsigned& buffered) {
+    static const KtDelimiterSet nameStops = [] {
+        KtDelimiterSet set(nullptr);
+        for (unsigned c = 0; c < 256; ++c) {
+            const bool nameByte = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
+                                  c == '-' || c == '_';
+            if (!nameByte) set.add(static_cast<unsigned char>(c));
+        }
+        return set;
+    }();
+    static const KtDelimiterSet quotedStops("\"\r\n", 4);  // and NUL
+    static const KtDelimiterSet bareStops(" ,\"\r\n\t", 7);  // and NUL
+    const char* const end = in.end();
+    const char* p = in.current();
+    for (;;) {
+        const char* const start = skipSpaces(p, end);
+        const char* const nameEnd = nameStops.findIn(start, end);
+        if (nameEnd == start) return;
+        const char* q = skipSpaces(nameEnd, end);
+        if (q == end || *q != '=') return;
+        q = skipSpaces(q + 1, end);
+        const char* valueBegin;
+        const char* valueEnd;
+        if (q < end && *q == '"') {
+            valueBegin = q + 1;
+            valueEnd = quotedStops.findIn(valueBegin, end);
+            if (valueEnd == end || *valueEnd != '"') return;
+            q = valueEnd + 1;
+        } else {
+            valueBegin = q;
+            valueEnd = bareStops.findIn(valueBegin, end);
+            q = valueEnd;
+        }
+        q = skipSpaces(q, end);
+        if (q == end || *q != ',') return;  // the last pair, or another shape
+        const unsigned nameLength = static_cast<unsigned>(nameEnd - start);
+        const unsigned valueLength = static_cast<unsigned>(valueEnd - valueBegin);
+        if (nameLength + valueLength > KtSipDigestPairReader::BUFFER_SIZE - buffered) return;
+        buffered += nameLength + valueLength;
+        pairs.setValueUnshared(start, nameLength, valueBegin, valueLength, true);
+        p = q + 1;
+        in.setCurrent(p);
+    }
+}
+
 }  // namespace
 
 void KtSipDigestPairReader::sRead(KtInputStream& in, KtParameters& pairs, NameCase nameCase) {
@@ -26,8 +85,11 @@ void KtSipDigestPairReader::sRead(KtInputStream& in, KtParameters& pairs, NameCa
     char buffer[BUFFER_SIZE + 1];
     // The current pair's name, copied out of the buffer so that it can be NUL-terminated.
     char name[BUFFER_SIZE + 1];
-    unsigned write = 0;         // next free byte of buffer
-    unsigned segment = 0;       // start of the text of the current name or value
+    unsigned write = 0;         // next free byte of buffer; also the bytes buffered so far
+    // The pairs of the usual shape before the last one are stored from the window; the
+    // loop below starts where they end, with their bytes counted.
+    readPlainPairs(in, pairs, write);
+    unsigned segment = write;   // start of the text of the current name or value
     unsigned nameLength = 0;
     bool haveName = false;      // an "=" has ended the current pair's name
     bool inQuotes = false;

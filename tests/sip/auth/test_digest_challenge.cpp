@@ -38,10 +38,18 @@ TEST(DigestChallenge, PairListReading) {
         {"comma without pair kept in name", "a=1,b,c=2", {{"a", "1"}, {"b,c", "2"}}},
         {"line end stops", "realm=\"r\"\r\nnonce=\"n\"", {{"realm", "r"}}},
         {"bare word and empty name dropped", "=x,realm=r,stale", {{"realm", "r"}}}, {"empty", "", {}},
+        {"tab before a name trimmed", "a=1,\tb=2", {{"a", "1"}, {"b", "2"}}},
+        {"text after the closing quote", "a=\"x\"y,b=2", {{"a", "xy"}, {"b", "2"}}},
+        {"blank inside a bare value dropped", "a=x y,b=2", {{"a", "xy"}, {"b", "2"}}},
+        {"comma and equals inside quotes", "a=\"p,q=r\",b=2", {{"a", "p,q=r"}, {"b", "2"}}},
+        {"empty values", "a=,b=\"\",c=3", {{"a", ""}, {"b", ""}, {"c", "3"}}},
+        {"line end inside quotes kept", "a=\"x\r\ny\",b=2", {{"a", "x\r\ny"}, {"b", "2"}}},
+        {"line end after a comma", "a=1,\r\nb=2", {{"a", "1"}}},
+        {"NUL inside quotes ends the value", std::string("a=\"x\0y\",b=2", 11), {{"a", "x"}, {"b", "2"}}},
     };
     for (const PairCase& c : cases) {
         KtHandle<KtSipDigestChallengeInfo> challenge =
-            KtSipDigestChallengeInfo::sCreateFrom(KtByteArray::sCreate(c.list.c_str()));
+            KtSipDigestChallengeInfo::sCreateFrom(KtByteArray::sCreate(static_cast<unsigned>(c.list.size()), c.list.data()));
         EXPECT_EQ(pairsOf(*challenge), c.expected) << c.name;
     }
 }
@@ -54,6 +62,15 @@ TEST(DigestChallenge, BufferLimit) {
                                     "a=\"" + std::string(5000, ' ') + "\""})
         EXPECT_EQ(thrown([&] { KtSipDigestChallengeInfo::sCreateFrom(KtByteArray::sCreate(over.c_str())); }),
                   "Buffer overflew !!!") << over.size() << " bytes";
+}
+
+TEST(DigestChallenge, BufferLimitCountsEveryPair) {
+    // The limit holds for the bytes of the whole list, pair after pair.
+    const std::string fits = "a=\"" + std::string(510, 'x') + "\",b=" + std::string(511, 'y') + ",c=";
+    EXPECT_EQ(KtSipDigestChallengeInfo::sCreateFrom(KtByteArray::sCreate(fits.c_str()))->getValue("b").length(), 511u);
+    const std::string over = "a=\"" + std::string(510, 'x') + "\",b=" + std::string(513, 'y') + ",c=";
+    EXPECT_EQ(thrown([&] { KtSipDigestChallengeInfo::sCreateFrom(KtByteArray::sCreate(over.c_str())); }),
+              "Buffer overflew !!!");
 }
 
 TEST(DigestChallenge, Serialization) {
