@@ -100,9 +100,11 @@ inline unsigned KtParameters::storeText(const char* text, unsigned length) {
     return offset;
 }
 
-// Doubles the room for pairs (the inline array first, then pool blocks).
-void KtParameters::growPairs() {
-    const unsigned capacity = m_Capacity * 2;
+// Doubles the room for pairs (the inline array first, then pool blocks), or more to hold
+// `atLeast` pairs.
+void KtParameters::growPairs(unsigned atLeast) {
+    unsigned capacity = m_Capacity * 2;
+    while (capacity < atLeast) capacity *= 2;
     Pair* pairs = static_cast<Pair*>(paramPool().allocateSized(capacity * sizeof(Pair)));
     std::memcpy(pairs, m_pPairs, m_Size * sizeof(Pair));
     if (m_pPairs != m_InlinePairs) paramPool().deallocateSized(m_pPairs, m_Capacity * sizeof(Pair));
@@ -301,6 +303,17 @@ void KtParameters::setValueUnshared(const char* name, const char* value) {
     if (name == nullptr) return;
     setValueUnshared(name, static_cast<unsigned>(std::strlen(name)), value,
                      value ? static_cast<unsigned>(std::strlen(value)) : 0, value != nullptr);
+}
+
+void KtParameters::reserveUnshared(unsigned pairs, unsigned textBytes) {
+    // Bounded, so that an estimate from a large input cannot ask for a huge block.
+    const unsigned kMaxPairs = 256, kMaxText = 1u << 16;
+    if (pairs > kMaxPairs) pairs = kMaxPairs;
+    if (textBytes > kMaxText) textBytes = kMaxText;
+    unshared([&] {
+        if (m_Size + pairs > m_Capacity) growPairs(m_Size + pairs);
+        reserveText(textBytes + 2 * pairs);
+    });
 }
 
 void KtParameters::setValueUnshared(const char* name, unsigned nameLength, const char* value, unsigned valueLength,

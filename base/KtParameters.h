@@ -42,6 +42,10 @@ public:
     /// As setValue, clear, hasName, getValue, removeValue and size, likewise without the
     /// mutex for a list no other thread can reach.
     void setValueUnshared(const char* name, const char* value);
+    /// Makes room for `pairs` more pairs holding `textBytes` more bytes of names and values
+    /// (NULs not counted), so that a reader which knows about how much it will store grows
+    /// the list once. Without the mutex, like the operations above.
+    void reserveUnshared(unsigned pairs, unsigned textBytes);
     /// As setValueUnshared(name, value) over texts given by their lengths (holding no NUL);
     /// `hasValue` false gives a bare name (the value is then ignored).
     void setValueUnshared(const char* name, unsigned nameLength, const char* value, unsigned valueLength,
@@ -170,7 +174,7 @@ private:
     unsigned storeText(const char* text, unsigned length);
     void reserveText(unsigned extra);
     void growText(unsigned extra);
-    void growPairs();
+    void growPairs(unsigned atLeast = 0);
     void erasePair(unsigned i);
     void clearPairs() noexcept;
     void freeBlocks() noexcept;

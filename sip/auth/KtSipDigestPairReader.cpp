@@ -86,6 +86,19 @@ void KtSipDigestPairReader::sRead(KtInputStream& in, KtParameters& pairs, NameCa
     // The current pair's name, copied out of the buffer so that it can be NUL-terminated.
     char name[BUFFER_SIZE + 1];
     unsigned write = 0;         // next free byte of buffer; also the bytes buffered so far
+    // The list stores at most the bytes of the window (each pair has an "=" or a ","
+    // that is not stored) and about one pair per comma: room for that is made at once.
+    {
+        const char* p = in.current();
+        const char* const end = in.end();
+        const unsigned window = static_cast<unsigned>(end - p);
+        unsigned commas = 0;
+        while ((p = ktFindByte(p, end, ',')) < end) {
+            ++commas;
+            ++p;
+        }
+        pairs.reserveUnshared(commas + 1, window < BUFFER_SIZE ? window : BUFFER_SIZE);
+    }
     // The pairs of the usual shape before the last one are stored from the window; the
     // loop below starts where they end, with their bytes counted.
     readPlainPairs(in, pairs, write);

@@ -10,6 +10,7 @@
 #include "KtException.h"
 #include "KtParameters.h"
 #include "TestSupport.h"
+#include "TorvaneMemAllocator.h"
 
 namespace {
 std::string text(const KtParameters& p) { return p.getString().c_str(); }
@@ -141,6 +142,31 @@ TEST(KtParameters, ManyPairsKeepTheirOrderThroughRemovalAndCopy) {
     copy->clearUnshared();
     EXPECT_EQ(0u, copy->size());
     EXPECT_EQ(8u, list->size());
+}
+
+// Room made ahead keeps the pairs already there and serves the ones that follow; a request
+// for more than any list could use is capped.
+TEST(KtParameters, ReservedRoomKeepsPairsAndIsBounded) {
+    KtHandle<KtParameters> list(new KtParameters(';'));
+    list->parse("a=1;b");
+    list->reserveUnshared(20, 400);
+    std::string expected = "a=1;b";
+    for (int i = 0; i < 20; ++i) {
+        const std::string name = "n" + std::to_string(i), value = std::string(i, 'v');
+        list->setValueUnshared(name.c_str(), value.c_str());
+        expected += ";" + name + "=" + value;
+    }
+    EXPECT_EQ(expected, list->getString().c_str());
+
+    const long long before = Torvane::MemPool::sStatsFor("KtParameters").liveBytes;
+    {
+        KtHandle<KtParameters> huge(new KtParameters(';'));
+        huge->reserveUnshared(~0u, ~0u);
+        huge->setValueUnshared("x", "y");
+        EXPECT_STREQ("x=y", huge->getString().c_str());
+        EXPECT_LT(Torvane::MemPool::sStatsFor("KtParameters").liveBytes - before, 128 * 1024);
+    }
+    EXPECT_EQ(before, Torvane::MemPool::sStatsFor("KtParameters").liveBytes);
 }
 
 // Random replacements (longer, shorter, bare), removals and clears, checked after every
