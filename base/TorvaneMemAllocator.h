@@ -223,16 +223,19 @@ private:
 }  // namespace Torvane
 
 /// Declares class-level operator new/delete that draw from the pool named TAG.
-/// The pool reference is looked up once per class.
+/// The pool reference is looked up once per class. The delete is the sized one: the
+/// deleting destructor of the object's own class passes that class's size (the size its
+/// new was given), so blocks carry no size header and neither call works out the size
+/// class at run time where the size is a constant.
 #define TORVANE_POOLED_OBJECT(TAG)                                                  \
 public:                                                                             \
     static void* operator new(std::size_t size) {                                  \
         static Torvane::MemPool& pool = Torvane::MemPool::sGet(TAG);              \
-        return pool.allocate(size);                                                 \
+        return pool.allocateSized(size);                                            \
     }                                                                               \
-    static void operator delete(void* p) noexcept {                                \
+    static void operator delete(void* p, std::size_t size) noexcept {              \
         static Torvane::MemPool& pool = Torvane::MemPool::sGet(TAG);              \
-        pool.deallocate(p);                                                         \
+        pool.deallocateSized(p, size);                                              \
     }                                                                               \
     static void* operator new(std::size_t, void* where) noexcept { return where; } \
     static void operator delete(void*, void*) noexcept {}

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <sched.h>
+#include <stdexcept>
 #include <string>
 #include <thread>
 #include <tuple>
@@ -76,6 +77,39 @@ TEST(MemPool, CountsLiveObjectsAndBytesPerTag) {
     for (void* b : blocks) pool.deallocate(b);
     pool.deallocateSized(sized, 40);
     Torvane::PoolStats after = Torvane::MemPool::sStatsFor("TestPool");
+    EXPECT_EQ(std::make_pair(after.liveObjects, after.liveBytes), std::make_pair(before.liveObjects, before.liveBytes));
+}
+
+namespace {
+class PooledBase {
+    TORVANE_POOLED_OBJECT("PooledTest")
+public:
+    virtual ~PooledBase() {}
+    char base[8] = {};
+};
+class PooledDerived : public PooledBase {
+public:
+    char more[200] = {};
+};
+class PooledThrowing : public PooledBase {
+public:
+    PooledThrowing() { throw std::runtime_error("refused"); }
+    char more[100] = {};
+};
+}  // namespace
+
+// A pooled object deleted through its base gives back the block of its own class, and one
+// whose constructor throws gives back its block at once.
+TEST(MemPool, PooledObjectsReturnTheBlockOfTheirOwnClass) {
+    const Torvane::PoolStats before = Torvane::MemPool::sStatsFor("PooledTest");
+    PooledBase* objects[] = {new PooledBase, new PooledDerived, new PooledDerived};
+    const Torvane::PoolStats during = Torvane::MemPool::sStatsFor("PooledTest");
+    EXPECT_EQ(during.liveObjects - before.liveObjects, 3);
+    EXPECT_EQ(during.liveBytes - before.liveBytes,
+              static_cast<long long>(sizeof(PooledBase) + 2 * sizeof(PooledDerived)));
+    for (PooledBase* object : objects) delete object;
+    EXPECT_THROW(new PooledThrowing, std::runtime_error);
+    const Torvane::PoolStats after = Torvane::MemPool::sStatsFor("PooledTest");
     EXPECT_EQ(std::make_pair(after.liveObjects, after.liveBytes), std::make_pair(before.liveObjects, before.liveBytes));
 }
 
