@@ -28,9 +28,9 @@ const char* skipSpaces(const char* p, const char* end) {
 // CR or LF inside, or a bare value up to a space, ",", CR or LF, then spaces and a "," that
 // ends the pair. Each such pair is stored as the general reader stores it (quotes and
 // spaces dropped, the same bytes counted against the buffer limit); `buffered` counts
-// them. Returns false at the first pair of another shape, at a pair that ends the list or
-// reaches the window's end, or one that would pass the limit, with the stream at that
-// pair's start: the general reader goes on from there in the state it would have reached.
+// them. Stops at the first pair of another shape, at a pair that ends the list or reaches
+// the window's end, or one that would pass the limit, with the stream at that pair's
+// start: the general reader goes on from there in the state it would have reached.
 void readPlainPairs(KtInputStream& in, KtParameters& pairs, unsigned& buffered) {
     static const KtDelimiterSet nameStops = [] {
         KtDelimiterSet set(nullptr);
