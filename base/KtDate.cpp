@@ -126,6 +126,31 @@ void KtDate::getKtDate(char* buffer) const {
         t = 0;
         gmtime_r(&t, &parts);
     }
+    const int year = parts.tm_year + 1900;
+    if (year >= 0 && year <= 9999) {
+        // The usual date, "Www, DD Mmm YYYY hh:mm:ss GMT", written field by field (what the
+        // format below gives, without a call of snprintf per Date header written).
+        auto two = [](char* at, int value) {
+            at[0] = static_cast<char>('0' + value / 10 % 10);
+            at[1] = static_cast<char>('0' + value % 10);
+        };
+        std::memcpy(buffer, sWeekdays[parts.tm_wday % 7], 3);
+        std::memcpy(buffer + 3, ", ", 2);
+        two(buffer + 5, parts.tm_mday);
+        buffer[7] = ' ';
+        std::memcpy(buffer + 8, sMonths[parts.tm_mon % 12], 3);
+        buffer[11] = ' ';
+        two(buffer + 12, year / 100);
+        two(buffer + 14, year % 100);
+        buffer[16] = ' ';
+        two(buffer + 17, parts.tm_hour);
+        buffer[19] = ':';
+        two(buffer + 20, parts.tm_min);
+        buffer[22] = ':';
+        two(buffer + 23, parts.tm_sec);
+        std::memcpy(buffer + 25, " GMT", 5);  // with the NUL
+        return;
+    }
     char text[128];
     int length = std::snprintf(text, sizeof text, "%s, %02d %s %04d %02d:%02d:%02d GMT", sWeekdays[parts.tm_wday % 7],
                                parts.tm_mday, sMonths[parts.tm_mon % 12], parts.tm_year + 1900, parts.tm_hour,

@@ -1,6 +1,7 @@
 // Date text: parsing, printing, rejects; the clock.
 #include <gtest/gtest.h>
 
+#include <cstdio>
 #include <ctime>
 #include <string>
 
@@ -26,6 +27,31 @@ TEST(KtDate, ParsesAcceptedForms) {
         char out[KtDate::TEXT_LENGTH + 1];
         date.getKtDate(out);
         EXPECT_STREQ(out, r.printed) << r.text;
+    }
+}
+
+// The written form agrees with a reference made by strftime-like formatting of gmtime, for
+// times spread over the years 0 to 12000 (past 9999 the text is cut to TEXT_LENGTH).
+TEST(KtDate, PrintingAgreesWithGmtimeOverTheYears) {
+    const long long kFirst = -62167219200LL;  // 0000-01-01T00:00:00Z
+    const long long kLast = 316592972800LL;   // about 12002-01-01
+    for (long long t = kFirst; t < kLast; t += 86400LL * 397 + 3671) {
+        const std::time_t time = static_cast<std::time_t>(t);
+        struct tm parts;
+        ASSERT_NE(gmtime_r(&time, &parts), nullptr);
+        static const char* const days[] = {"Sun", "Mon", "Tue", "Wed", "Thu", "Fri", "Sat"};
+        static const char* const months[] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
+                                             "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
+        char expected[64];
+        std::snprintf(expected, sizeof expected, "%s, %02d %s %04d %02d:%02d:%02d GMT", days[parts.tm_wday],
+                      parts.tm_mday, months[parts.tm_mon], parts.tm_year + 1900, parts.tm_hour, parts.tm_min,
+                      parts.tm_sec);
+        expected[KtDate::TEXT_LENGTH] = '\0';
+        KtDate date;
+        date.setTime(time);
+        char out[KtDate::TEXT_LENGTH + 1];
+        date.getKtDate(out);
+        ASSERT_STREQ(out, expected) << t;
     }
 }
 
