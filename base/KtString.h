@@ -185,9 +185,18 @@ public:
     /// string), with room for at least `capacity` bytes.
     static KtStringBuffer* sCreate(const char* text, unsigned length = 0, unsigned capacity = 0);
 
-    KtStringBuffer() noexcept;
+    KtStringBuffer() noexcept : m_pData(m_Inline), m_Length(0), m_Capacity(INLINE_CAPACITY) { m_Inline[0] = '\0'; }
     explicit KtStringBuffer(const char* text);
-    KtStringBuffer(const char* text, unsigned length);
+    /// Inline for the usual short text, which goes straight into the inline bytes.
+    KtStringBuffer(const char* text, unsigned length) : KtStringBuffer() {
+        if (length <= INLINE_CAPACITY && text != nullptr) {
+            ktCopyBytes(m_Inline, text, length);
+            m_Inline[length] = '\0';
+            m_Length = length;
+        } else {
+            assign(text, length);
+        }
+    }
     KtStringBuffer(const KtStringBuffer& other);
     ~KtStringBuffer() override;
     KtStringBuffer& operator=(const KtStringBuffer&) = delete;
@@ -284,7 +293,7 @@ public:
     /// A new buffer holding `text` (null gives an empty string).
     KtString(const char* text);
     /// A new buffer holding `length` bytes of `text`.
-    KtString(const char* text, unsigned length);
+    KtString(const char* text, unsigned length) : KtHandle<KtStringBuffer>(new KtStringBuffer(text, length)) {}
     /// A string for a constant of static storage duration: its buffer is immortal, so the
     /// threads that share it never write its reference count.
     static KtString sStatic(const char* text) {

@@ -44,22 +44,7 @@ KtStringBuffer* KtStringBuffer::sCreate(const char* text, unsigned length, unsig
     return b;
 }
 
-KtStringBuffer::KtStringBuffer() noexcept : m_pData(m_Inline), m_Length(0), m_Capacity(INLINE_CAPACITY) {
-    m_Inline[0] = '\0';
-}
-
 KtStringBuffer::KtStringBuffer(const char* text) : KtStringBuffer() { assign(text); }
-
-KtStringBuffer::KtStringBuffer(const char* text, unsigned length) : KtStringBuffer() {
-    if (length <= INLINE_CAPACITY && text != nullptr) {
-        // The usual short text: straight into the inline bytes.
-        ktCopyBytes(m_Inline, text, length);
-        m_Inline[length] = '\0';
-        m_Length = length;
-        return;
-    }
-    assign(text, length);
-}
 
 KtStringBuffer::KtStringBuffer(const KtStringBuffer& other) : KtStringBuffer() {
     assign(other.m_pData, other.m_Length);
@@ -220,8 +205,6 @@ void KtStringBuffer::read(KtInputStream& in, unsigned count) {
 // ---------------------------------------------------------------- KtString
 
 KtString::KtString(const char* text) : KtHandle<KtStringBuffer>(new KtStringBuffer(text)) {}
-
-KtString::KtString(const char* text, unsigned length) : KtHandle<KtStringBuffer>(new KtStringBuffer(text, length)) {}
 
 KtStringBuffer* KtString::mutableBuffer() {
     KtStringBuffer* b = get();
