@@ -318,7 +318,6 @@ void KtParameters::reserveUnshared(unsigned pairs, unsigned textBytes) {
 
 void KtParameters::setValueUnshared(const char* name, unsigned nameLength, const char* value, unsigned valueLength,
                                     bool hasValue) {
-    if (!hasValue) valueLength = 0;
     unshared([&] { setUnlocked(name, nameLength, value, valueLength, hasValue); });
 }
 

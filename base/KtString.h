@@ -108,6 +108,13 @@ public:
     explicit KtDelimiterSet(const char* chars) noexcept;
     /// The set of the first `count` bytes of `chars` (may include NUL).
     KtDelimiterSet(const char* chars, unsigned count) noexcept;
+    /// The set of every byte not in `set`: the stops of a reader that takes the bytes of `set`.
+    static KtDelimiterSet sComplementOf(const KtDelimiterSet& set) noexcept {
+        KtDelimiterSet complement(nullptr);
+        for (unsigned c = 0; c < 256; ++c)
+            if (!set.contains(static_cast<unsigned char>(c))) complement.add(static_cast<unsigned char>(c));
+        return complement;
+    }
     /// True when byte `c` is in the set.
     bool contains(unsigned char c) const noexcept { return m_Flags[c] != 0; }
     /// Adds byte `c`.

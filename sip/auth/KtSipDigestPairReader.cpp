@@ -32,15 +32,8 @@ const char* skipSpaces(const char* p, const char* end) {
 // the window's end, or one that would pass the limit, with the stream at that pair's
 // start: the general reader goes on from there in the state it would have reached.
 void readPlainPairs(KtInputStream& in, KtParameters& pairs, unsigned& buffered) {
-    static const KtDelimiterSet nameStops = [] {
-        KtDelimiterSet set(nullptr);
-        for (unsigned c = 0; c < 256; ++c) {
-            const bool nameByte = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
-                                  c == '-' || c == '_';
-            if (!nameByte) set.add(static_cast<unsigned char>(c));
-        }
-        return set;
-    }();
+    static const KtDelimiterSet nameStops = KtDelimiterSet::sComplementOf(
+        KtDelimiterSet("abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789-_"));
     static const KtDelimiterSet quotedStops("\"\r\n", 4);  // and NUL
     static const KtDelimiterSet bareStops(" ,\"\r\n\t", 7);  // and NUL
     const char* const end = in.end();

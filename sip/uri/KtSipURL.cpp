@@ -472,12 +472,7 @@ bool KtSipURL::parseSchemeAndUserInPlace(KtInputStream& in, bool bracketed) {
 void KtSipURL::parseParameter(KtInputStream& in) {
     // Bytes that need a decision; every other byte is taken as it stands.
     static const KtDelimiterSet plain(";?> \t\r\n\"<=", 11);
-    static const KtDelimiterSet ordinary = [] {
-        KtDelimiterSet set(nullptr);
-        for (unsigned c = 0; c < 256; ++c)
-            if (!plain.contains(static_cast<unsigned char>(c))) set.add(static_cast<unsigned char>(c));
-        return set;
-    }();
+    static const KtDelimiterSet ordinary = KtDelimiterSet::sComplementOf(plain);
     // The usual parameter ends inside the stream's window: it is read in place, the bytes
     // taken as the loop below takes them. A byte that loop refuses, a parameter longer than
     // its work buffer or one running to the end of the window leaves it to the loop (nothing
