@@ -116,6 +116,22 @@ KtString KtStreamTokenizer::sGetQuote(KtInputStream& in) {
 
 bool KtStreamTokenizer::sGetUnsigned(KtInputStream& in, unsigned& value) {
     sDiscardWhite(in);
+    // The usual number: at most nine digits (so no overflow is possible) followed by a
+    // non-digit inside the window; it is converted where it stands.
+    {
+        const char* p = in.current();
+        const char* end = in.end();
+        const char* limit = end - p > 10 ? p + 10 : end;
+        const char* q = p;
+        unsigned v = 0;
+        while (q < limit && static_cast<unsigned char>(*q - '0') <= 9) v = v * 10 + static_cast<unsigned>(*q++ - '0');
+        if (q < limit && q - p < 10) {
+            if (q == p) return false;
+            in.setCurrent(q);
+            value = v;
+            return true;
+        }
+    }
     int c = in.peek();
     if (c < '0' || c > '9') return false;
     unsigned long long v = 0;

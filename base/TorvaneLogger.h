@@ -71,14 +71,12 @@ private:
 class TraceScope {
 public:
     /// Opens a scope named `name` ("KtSipHeader::parse", "KtSipAcceptHeader ctor").
-    TraceScope(const Logger& logger, const char* name)
-        : m_pLogger(logger.isTraceEnabled() ? &logger : nullptr), m_Name(name) {
-        if (m_pLogger) ctorLog();
+    TraceScope(const Logger& logger, const char* name) : m_pLogger(nullptr) {
+        if (logger.isTraceEnabled()) open(&logger, name);
     }
     /// As above for an optional logger: nothing is logged when it is null.
-    TraceScope(const Logger* logger, const char* name)
-        : m_pLogger(logger != nullptr && logger->isTraceEnabled() ? logger : nullptr), m_Name(name) {
-        if (m_pLogger) ctorLog();
+    TraceScope(const Logger* logger, const char* name) : m_pLogger(nullptr) {
+        if (logger != nullptr && logger->isTraceEnabled()) open(logger, name);
     }
     ~TraceScope() {
         if (m_pLogger) dtorLog();
@@ -92,8 +90,15 @@ public:
     void dtorLog() const;
 
 private:
+    // Only a scope that logs stores its name: a disabled one writes nothing but the null logger.
+    void open(const Logger* logger, const char* name) {
+        m_pLogger = logger;
+        m_Name = name;
+        ctorLog();
+    }
+
     const Logger* m_pLogger;
-    const char* m_Name;
+    const char* m_Name;  // set when m_pLogger is
 };
 
 }  // namespace Torvane
@@ -109,16 +114,20 @@ private:
 
 /// Logs the streamed expression at LEVEL when the logger is enabled for it. Below the
 /// process-wide threshold the logger expression is not even evaluated.
-#define TORVANE_LOG(LOGGER, LEVEL, EXPR)                                                 \
-    do {                                                                                 \
-        if ((LEVEL) >= Torvane::Logger::sGetThreshold()) {                               \
-            const Torvane::Logger& torvaneLogger_ = (LOGGER);                            \
-            if (torvaneLogger_.isEnabledFor(LEVEL)) {                                    \
-                std::ostringstream torvaneText_;                                         \
-                torvaneText_ << EXPR;                                                    \
-                torvaneLogger_.forcedLog(LEVEL, torvaneText_.str(), __FILE__, __LINE__); \
-            }                                                                            \
-        }                                                                                \
+/// The record is formatted in a function of its own (a lambda kept out of line), so that the
+/// functions that log keep a small stack frame and no formatting code on their usual path.
+#define TORVANE_LOG(LOGGER, LEVEL, EXPR)                                                     \
+    do {                                                                                     \
+        if ((LEVEL) >= Torvane::Logger::sGetThreshold()) {                                   \
+            [&]() __attribute__((noinline, cold)) {                                          \
+                const Torvane::Logger& torvaneLogger_ = (LOGGER);                            \
+                if (torvaneLogger_.isEnabledFor(LEVEL)) {                                    \
+                    std::ostringstream torvaneText_;                                         \
+                    torvaneText_ << EXPR;                                                    \
+                    torvaneLogger_.forcedLog(LEVEL, torvaneText_.str(), __FILE__, __LINE__); \
+                }                                                                            \
+            }();                                                                             \
+        }                                                                                    \
     } while (0)
 
 #define TORVANE_TRACE(LOGGER, EXPR) TORVANE_LOG(LOGGER, Torvane::TRACE_LOG_LEVEL, EXPR)

@@ -156,8 +156,7 @@ inline bool findPlainLine(const KtInputStream& in, unsigned textMax, PlainLine& 
     if (lineLength < 0) return false;
     const unsigned length = static_cast<unsigned>(lineLength);
     const char* nameEnd = p + (length < KtSipHeader::NAME_BUFFER_SIZE - 1 ? length : KtSipHeader::NAME_BUFFER_SIZE - 1);
-    static const KtDelimiterSet nameStops(":", 2);  // the colon or a NUL (the line holds no CR)
-    const char* q = nameStops.findIn(p, nameEnd);
+    const char* q = ktFindEither(p, nameEnd, ':', '\0');  // the colon or a NUL (the line holds no CR)
     if (q == nameEnd || *q != ':') return false;
     unsigned n = static_cast<unsigned>(q - p);
     while (n > 0 && ktIsWhite(p[n - 1])) --n;
@@ -189,7 +188,7 @@ KtHandle<KtSipHeader> KtSipHeader::sConstructFrom(KtInputStream& in) {
         TORVANE_TRACE_SCOPE(fileLogger(), "KtSipHeader::parse");
         // The name starts with no blank and holds no CR: the trimmed name of the line is the
         // peeked one, so an unknown name cannot turn out registered here.
-        header->parseLine(plain.text, plain.length, plain.colon);
+        header->parseNamedLine(plain.text, plain.length, plain.text, plain.nameLength, plain.colon);
         return header;
     }
     static const KtDelimiterSet nameEnd(":\r\n");
@@ -279,9 +278,14 @@ void KtSipHeader::parseLine(const char* line, unsigned n, const char* colon) {
     const char* nb = line;
     const char* ne = colon;
     ktTrimRange(nb, ne);
-    unsigned nameLength = static_cast<unsigned>(ne - nb);
-    if (m_Token.length() != nameLength || !ktEqualBytes(m_Token.c_str(), nb, nameLength))
-        m_Token = KtString(nb, nameLength);
+    parseNamedLine(line, n, nb, static_cast<unsigned>(ne - nb), colon);
+}
+
+// Inlined into both callers: the usual line's reading (sConstructFrom) runs it once per line.
+__attribute__((always_inline)) inline void KtSipHeader::parseNamedLine(const char* line, unsigned n, const char* name,
+                                                                       unsigned nameLength, const char* colon) {
+    if (m_Token.length() != nameLength || !ktEqualBytes(m_Token.c_str(), name, nameLength))
+        m_Token = KtString(name, nameLength);
 
     // The value runs to the end of the line, its CR LF included.
     const unsigned valueStart = static_cast<unsigned>(colon - line) + 1;

@@ -170,6 +170,9 @@ private:
     // Parses a collected line of `n` bytes (no CR, no LF) that is followed by CR LF in memory;
     // `colon`, when known, is the line's first colon.
     void parseLine(const char* line, unsigned n, const char* colon = nullptr);
+    // parseLine once the name is known: the `nameLength` bytes at `name` (trimmed) and the
+    // line's first colon.
+    void parseNamedLine(const char* line, unsigned n, const char* name, unsigned nameLength, const char* colon);
 };
 
 /// The factory registered for a header class.

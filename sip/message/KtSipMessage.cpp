@@ -527,10 +527,16 @@ void KtSipMessage::addHeaderByID(const KtHandle<KtSipHeader>& header) {
     placeFirst(static_cast<HeaderID>(id), KtHandle<KtSipHeader>(header));
 }
 
+namespace {
+// Kept out of line so that placeFirst, run for every parsed header, needs no stack frame for it.
+__attribute__((noinline, cold)) void logOrderFull() {
+    TORVANE_DEBUG(fileLogger(), "KtSipMessage::addHeaderByID : header order full, entry dropped");
+}
+}  // namespace
+
 void KtSipMessage::placeFirst(HeaderID id, KtHandle<KtSipHeader>&& header) {
     m_Headers[id] = std::move(header);
-    if (!m_HeaderOrder.append(id))
-        TORVANE_DEBUG(fileLogger(), "KtSipMessage::addHeaderByID : header order full, entry dropped");
+    if (!m_HeaderOrder.append(id)) logOrderFull();
 }
 
 KtHandle<KtSipHeader> KtSipMessage::mGetHeaderByID(HeaderID id) const {

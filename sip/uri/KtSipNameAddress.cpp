@@ -14,6 +14,14 @@ namespace {
 // Size of the work buffer for the text in front of the URI (at most 1023 characters).
 const unsigned kNameBufferSize = 1024;
 const char kTooLong[] = "Invalid SIP Name Address";
+
+// The display name in front of "<": the text [b, e) trimmed; the usual empty one shares a
+// constant.
+KtString displayName(const char* b, const char* e) {
+    static const KtString sEmpty = KtString::sStatic("");
+    ktTrimRange(b, e);
+    return e == b ? sEmpty : KtString(b, static_cast<unsigned>(e - b));
+}
 }  // namespace
 
 KtURI* KtSipNameAddress::sNewPlaceholder() { return new KtURI(); }
@@ -65,6 +73,33 @@ void KtSipNameAddress::parse(KtInputStream& in) {
     m_AngleBrackets = false;
 
     KtStreamTokenizer::sDiscardWhite(in);
+    // Usually the text up to the "<" (or up to the scheme's ":") lies in the window with its
+    // quotes closed and no LF outside them: it is taken where it stands, with the stream left
+    // where the loop below leaves it (see there).
+    {
+        const char* const p = in.current();
+        const char* const limit = in.end() - p > kNameBufferSize ? p + kNameBufferSize : in.end();
+        const char* q = p;
+        const char* lastQuote = nullptr;  // the closing quote of the last quoted string
+        while (q < limit && *q != ':' && *q != '<' && *q != '\n') {
+            if (*q++ != '"') continue;
+            for (bool escaped = false; q < limit && (escaped || *q != '"'); ++q) escaped = !escaped && *q == '\\';
+            if (q == limit) break;
+            lastQuote = q++;
+        }
+        if (q < limit && *q != '\n') {
+            in.mark(kNameBufferSize);
+            if (*q == '<') {
+                m_DisplayName = displayName(p, q);
+                m_AngleBrackets = true;
+                in.setCurrent(q);
+            } else if (lastQuote != nullptr) {
+                in.setCurrent(lastQuote);
+            }
+            m_URI = KtURI::sConstructFrom(in, m_URIInBracket);
+            return;
+        }
+    }
     in.mark(kNameBufferSize);
     for (;;) {
         if (w > kNameBufferSize - 1) KtSipParseError::sThrow(kTooLong);
@@ -94,18 +129,16 @@ void KtSipNameAddress::parse(KtInputStream& in) {
             KtSipParseError::sThrow("URL not specified");
         }
         if (c == '<') {
-            // The text before "<", trimmed; the usual empty one shares a constant.
-            static const KtString sEmpty = KtString::sStatic("");
-            const char* b = buffer;
-            const char* e = buffer + w;
-            ktTrimRange(b, e);
-            m_DisplayName = e == b ? sEmpty : KtString(b, static_cast<unsigned>(e - b));
+            m_DisplayName = displayName(buffer, buffer + w);
             m_AngleBrackets = true;
             break;
         }
         buffer[w++] = static_cast<char>(c);
     }
 
+    // Back to the last mark: where the text started or, after a quoted string, that string's
+    // closing quote (each byte inside quotes is read after a mark of its own). A bare URI
+    // after a quoted string is therefore read from that quote.
     in.reset();
     if (m_AngleBrackets) {
         // Forward to the "<" so that the URI parser sees it.

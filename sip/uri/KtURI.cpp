@@ -121,16 +121,23 @@ KtHandle<KtURI> KtURI::sConstructFrom(KtInputStream& in, bool inBracket) {
     // the scheme, and every scheme that starts with "tel" goes to the tel parser.
     int c[3];
     int n = 0;
+    // Usually the three letters lie in the stream's window: they are read there (the mark is
+    // set all the same, as the general reading below leaves it).
     in.mark(8);
-    while (n < 3) {
-        const int ch = in.read();
-        if (ch == ' ' || ch == '\t' || ch == '<') continue;
-        c[n++] = ch;
-        if (ch < 0) {
-            while (n < 3) c[n++] = -1;
+    for (const char *p = in.current(), *end = in.end(); n < 3 && p < end; ++p)
+        if (*p != ' ' && *p != '\t' && *p != '<') c[n++] = static_cast<unsigned char>(*p);
+    if (n < 3) {
+        n = 0;
+        while (n < 3) {
+            const int ch = in.read();
+            if (ch == ' ' || ch == '\t' || ch == '<') continue;
+            c[n++] = ch;
+            if (ch < 0) {
+                while (n < 3) c[n++] = -1;
+            }
         }
+        in.reset();
     }
-    in.reset();
 
     KtHandle<KtURI> result;
     if (matches3(c, "sip")) {

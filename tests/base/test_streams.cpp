@@ -95,16 +95,22 @@ TEST(KtStreamTokenizer, UnsignedNumbers) {
     struct Row { const char* input; bool ok; unsigned value; int next; } rows[] = {
         {"  5070;x", true, 5070, ';'}, {"0009 INVITE", true, 9, ' '}, {"4294967295", true, 4294967295u, -1},
         {"4294967296", false, 0, -1},  {"abc", false, 0, 'a'},        {"", false, 0, -1},
+        {"123456789;", true, 123456789, ';'}, {"0000000000042,", true, 42, ','}, {"4294967296 x", false, 0, ' '},
+        {"99999999999999999999999\r\n", false, 0, '\r'},
     };
     for (const Row& r : rows) {
         SCOPED_TRACE(r.input);
-        KtByteArrayInputStream in = streamOf(r.input);
-        unsigned v = 0;
-        EXPECT_EQ(KtStreamTokenizer::sGetUnsigned(in, v), r.ok);
-        if (r.ok) {
-            EXPECT_EQ(v, r.value);
+        // Read where the number stands, and through a window that always ends at the byte read.
+        KtByteArrayInputStream whole = streamOf(r.input);
+        kttest::GrowingStream growing(r.input);
+        for (KtInputStream* in : {static_cast<KtInputStream*>(&whole), static_cast<KtInputStream*>(&growing)}) {
+            unsigned v = 0;
+            EXPECT_EQ(KtStreamTokenizer::sGetUnsigned(*in, v), r.ok);
+            if (r.ok) {
+                EXPECT_EQ(v, r.value);
+            }
+            EXPECT_EQ(in->peek(), r.next);
         }
-        EXPECT_EQ(in.peek(), r.next);
         KtByteArrayInputStream again = streamOf(r.input);
         if (r.ok) {
             EXPECT_EQ(KtStreamTokenizer::sGetUnsigned(again), r.value);

@@ -10,8 +10,6 @@
 
 namespace {
 
-using kttest::rest;
-
 std::string written(const KtHandle<KtSipNameAddress>& na) {
     KtByteArrayOutputStream out;
     out << na;
@@ -39,18 +37,29 @@ TEST(KtSipNameAddress, Parse) {
          "<sip:a@b;lr>", ";expires=3, sip:c@d"},
         {"tel URI", "Fax <tel:+1-212;ext=1>", "Fax", true, "tel:+1-212;ext=1", "Fax <tel:+1-212;ext=1>", ""},
         {"generic URI", "<mailto:bob@b>;x", "", true, "mailto:bob@b", "<mailto:bob@b>", ";x"},
+        {"two quoted strings", "\"a\" \"b\" <sip:x@y>", "\"a\" \"b\"", true, "sip:x@y", "\"a\" \"b\" <sip:x@y>", ""},
+        // Without brackets the URI is read from the closing quote of the last quoted string.
+        {"bare URI after a quoted name", "\"A\" sip:x@y;tag=1", "", false, "\" sip:x@y;tag=1",
+         "<\" sip:x@y;tag=1>", ""},
+        {"bare URI after tokens", "A b sip:x@y", "", false, "A b sip:x@y", "<A b sip:x@y>", ""},
     };
+    // Each input is read where it stands and, through a stream whose window always ends at
+    // the byte being read, by the general reader: both give the same.
     for (const Case& c : cases) {
-        SCOPED_TRACE(c.name);
-        KtHandle<KtSipNameAddress> na;
-        KtByteArrayInputStream in = kttest::streamOf(c.input);
-        in >> na;
-        ASSERT_FALSE(na.isNil());
-        EXPECT_STREQ(c.display, na->getDisplayName().c_str());
-        EXPECT_EQ(c.angle, na->getAngleBrackets());
-        EXPECT_STREQ(c.uri, na->getURI()->getString().c_str());
-        EXPECT_EQ(c.output, written(na));
-        EXPECT_EQ(c.rest, rest(in));
+        for (bool inPlace : {true, false}) {
+            SCOPED_TRACE(std::string(c.name) + (inPlace ? " (in place)" : " (growing window)"));
+            KtHandle<KtSipNameAddress> na;
+            KtByteArrayInputStream whole = kttest::streamOf(c.input);
+            kttest::GrowingStream growing(c.input);
+            KtInputStream& in = inPlace ? static_cast<KtInputStream&>(whole) : growing;
+            in >> na;
+            ASSERT_FALSE(na.isNil());
+            EXPECT_STREQ(c.display, na->getDisplayName().c_str());
+            EXPECT_EQ(c.angle, na->getAngleBrackets());
+            EXPECT_STREQ(c.uri, na->getURI()->getString().c_str());
+            EXPECT_EQ(c.output, written(na));
+            EXPECT_EQ(c.rest, kttest::drain(in));
+        }
     }
 }
 

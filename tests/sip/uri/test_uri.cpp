@@ -32,27 +32,35 @@ TEST(KtURIDispatch, ChoosesClassByFirstThreeLetters) {
         {"bracketed generic", "<urn:x:y>;p=1", false, Generic, "urn", "urn:x:y", false, ";p=1"},
         {"generic stops at line end", "im:a b\r\n", false, Generic, "im", "im:a b", false, "\r\n"},
         {"generic parts trimmed", "< urn : a b >", false, Generic, "urn", "urn:a b", false, ""},
+        {"blanks between the letters are skipped too", "t e\tl:+1", false, Tel, "tel", "tel:+1", false, ""},
     };
+    // Read where the text stands and through a window that always ends at the byte read.
     for (const DispatchCase& c : cases) {
-        SCOPED_TRACE(c.name);
-        KtByteArrayInputStream in = kttest::streamOf(c.input);
-        KtHandle<KtURI> uri = KtURI::sConstructFrom(in, c.inBracket);
-        ASSERT_FALSE(uri.isNil());
-        EXPECT_EQ(c.kind == Sip, uri->isSipURL());
-        EXPECT_EQ(c.kind == Tel, dynamic_cast<KtTelURL*>(uri.get()) != nullptr);
-        EXPECT_STREQ(c.scheme, uri->getScheme().c_str());
-        EXPECT_STREQ(c.text, uri->getString().c_str());
-        EXPECT_EQ(c.inBracketAfter, uri->isInBracket());
-        EXPECT_EQ(c.rest, rest(in));
+        for (bool inPlace : {true, false}) {
+            SCOPED_TRACE(std::string(c.name) + (inPlace ? " (in place)" : " (growing window)"));
+            KtByteArrayInputStream whole = kttest::streamOf(c.input);
+            kttest::GrowingStream growing(c.input);
+            KtInputStream& in = inPlace ? static_cast<KtInputStream&>(whole) : growing;
+            KtHandle<KtURI> uri = KtURI::sConstructFrom(in, c.inBracket);
+            ASSERT_FALSE(uri.isNil());
+            EXPECT_EQ(c.kind == Sip, uri->isSipURL());
+            EXPECT_EQ(c.kind == Tel, dynamic_cast<KtTelURL*>(uri.get()) != nullptr);
+            EXPECT_STREQ(c.scheme, uri->getScheme().c_str());
+            EXPECT_STREQ(c.text, uri->getString().c_str());
+            EXPECT_EQ(c.inBracketAfter, uri->isInBracket());
+            EXPECT_EQ(c.rest, kttest::drain(in));
+        }
     }
 }
 
 TEST(KtURIDispatch, Errors) {
-    const char* cases[][2] = {{"foo", "INVALID URI"}, {"", "INVALID URI"}, {"<foo", "INVALID URI"},
-                              {"sips:bob@b", "Scheme is not SIP"}};
+    const char* cases[][2] = {{"foo", "INVALID URI"},  {"", "INVALID URI"}, {"<foo", "INVALID URI"},
+                              {"ab", "INVALID URI"}, {"sips:bob@b", "Scheme is not SIP"}};
     for (const auto& c : cases) {
         KtByteArrayInputStream in = kttest::streamOf(c[0]);
         EXPECT_EQ(c[1], thrown([&] { KtURI::sConstructFrom(in, true); })) << c[0];
+        kttest::GrowingStream growing(c[0]);
+        EXPECT_EQ(c[1], thrown([&] { KtURI::sConstructFrom(growing, true); })) << c[0] << " (growing window)";
     }
 }
 
