@@ -39,13 +39,33 @@ const char* readDigits(const char* p, int count, int& value) {
 // non-letter; returns its index or -1.
 int readName(const char*& p, const char* const* table, int count) {
     if (!isAlpha(p[0]) || !isAlpha(p[1]) || !isAlpha(p[2]) || isAlpha(p[3])) return -1;
+    // The three letters in lower case (setting 0x20 lowers an ASCII letter), packed for one
+    // comparison per name.
+    auto packed = [](const char* n) {
+        return (static_cast<unsigned>(static_cast<unsigned char>(n[0]) | 0x20u)) |
+               (static_cast<unsigned>(static_cast<unsigned char>(n[1]) | 0x20u) << 8) |
+               (static_cast<unsigned>(static_cast<unsigned char>(n[2]) | 0x20u) << 16);
+    };
+    const unsigned key = packed(p);
     for (int i = 0; i < count; ++i) {
-        if (strncasecmp(p, table[i], 3) == 0) {
+        if (packed(table[i]) == key) {
             p += 3;
             return i;
         }
     }
     return -1;
+}
+
+// Days from 1970-01-01 to the given date of the proleptic Gregorian calendar (month 0-11),
+// negative before it: the count timegm makes, by arithmetic on 400-year eras.
+long long daysFromEpoch(int year, int month, int day) {
+    const long long y = static_cast<long long>(year) - (month < 2 ? 1 : 0);
+    const long long era = (y >= 0 ? y : y - 399) / 400;
+    const long long yearOfEra = y - era * 400;                                      // 0-399
+    const long long m = month + 1;                                                  // 1-12
+    const long long dayOfYear = (153 * (m > 2 ? m - 3 : m + 9) + 2) / 5 + day - 1;  // from March 1st
+    const long long dayOfEra = yearOfEra * 365 + yearOfEra / 4 - yearOfEra / 100 + dayOfYear;
+    return era * 146097 + dayOfEra - 719468;
 }
 
 bool isLeap(int year) { return (year % 4 == 0 && year % 100 != 0) || year % 400 == 0; }
@@ -105,15 +125,8 @@ void KtDate::constructKtDate(const char* text) {
     if (*p != '\0') invalid(text);
     if (day < 1 || day > daysIn(month, year) || hour > 23 || minute > 59 || second > 60) invalid(text);
 
-    struct tm parts;
-    std::memset(&parts, 0, sizeof parts);
-    parts.tm_year = year - 1900;
-    parts.tm_mon = month;
-    parts.tm_mday = day;
-    parts.tm_hour = hour;
-    parts.tm_min = minute;
-    parts.tm_sec = second;
-    m_Time = timegm(&parts);
+    // What timegm gives for these fields (a second 60 is the first second of the next minute).
+    m_Time = static_cast<std::time_t>(daysFromEpoch(year, month, day) * 86400 + hour * 3600 + minute * 60 + second);
 }
 
 // Writes "Www, DD Mmm YYYY hh:mm:ss GMT" (29 characters). Times whose year does

@@ -55,6 +55,26 @@ TEST(KtDate, PrintingAgreesWithGmtimeOverTheYears) {
     }
 }
 
+// Parsing gives back the time a reference text was made from (gmtime's fields), for times
+// spread over the years 0 to 9999, leap days and centuries included.
+TEST(KtDate, ParsingAgreesWithGmtimeOverTheYears) {
+    const long long kFirst = -62167219200LL;  // 0000-01-01T00:00:00Z
+    const long long kLast = 253402300800LL;   // 10000-01-01T00:00:00Z
+    for (long long t = kFirst; t < kLast; t += 86400LL * 53 + 3671) {
+        const std::time_t time = static_cast<std::time_t>(t);
+        struct tm parts;
+        ASSERT_NE(gmtime_r(&time, &parts), nullptr);
+        static const char* const months[] = {"jan", "FEB", "Mar", "apR", "May", "jUN",
+                                             "Jul", "aug", "SEP", "Oct", "nOv", "Dec"};
+        char text[64];
+        std::snprintf(text, sizeof text, "%d %s %04d %02d:%02d:%02d GMT", parts.tm_mday, months[parts.tm_mon],
+                      parts.tm_year + 1900, parts.tm_hour, parts.tm_min, parts.tm_sec);
+        KtDate date;
+        ASSERT_NO_THROW(date.constructKtDate(text)) << text;
+        ASSERT_EQ(static_cast<long long>(date.getTime()), t) << text;
+    }
+}
+
 TEST(KtDate, RejectsMalformedText) {
     const char* bad[] = {
         "", "   ", "GMT", "Sun, 06 Nov 1994 08:49:37", "Sun, 06 Nov 1994 08:49:37 GMT x",
