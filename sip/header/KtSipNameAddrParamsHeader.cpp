@@ -60,7 +60,8 @@ void KtSipNameAddrParamsHeader::checkAddress(const char* message, bool fresh) {
     // so that a header built from a nil name-address or URL is refused.
     if (m_nameAddress.isNil()) KtSipParseError::sThrow(message);
     const KtHandle<KtURI>& uri = m_nameAddress->getURI();
-    if (uri.isNil() || (typeid(*uri.get()) == typeid(KtURI) && uri->getScheme().empty() && uri->getSchemeData().empty()))
+    // (The type is compared last: comparing type_info objects may compare their names.)
+    if (uri.isNil() || (uri->getScheme().empty() && uri->getSchemeData().empty() && typeid(*uri.get()) == typeid(KtURI)))
         KtSipParseError::sThrow(message);
 
     // Only a sip: URL is checked further (a cast, not getURL, which reports other schemes
