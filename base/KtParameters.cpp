@@ -51,7 +51,8 @@ KtString KtParameters::sValueIn(const KtParameters* list, const char* name) {
     return list != nullptr ? list->getValue(name) : KtString();
 }
 
-void KtParameters::freeBlocks() noexcept {
+// Inlined into the destructor, its only caller.
+__attribute__((always_inline)) inline void KtParameters::freeBlocks() noexcept {
     if (m_pPairs != m_InlinePairs) paramPool().deallocateSized(m_pPairs, m_Capacity * sizeof(Pair));
     if (m_pText != m_InlineText) paramPool().deallocateSized(m_pText, m_TextCapacity);
 }
@@ -136,8 +137,10 @@ bool KtParameters::removeUnlocked(const char* name) {
     return true;
 }
 
-void KtParameters::appendUnlocked(const char* name, unsigned nameLength, const char* value, unsigned valueLength,
-                                  bool hasValue) {
+// Inlined: the readers append nearly every pair they store.
+__attribute__((always_inline)) inline void KtParameters::appendUnlocked(const char* name, unsigned nameLength,
+                                                                        const char* value, unsigned valueLength,
+                                                                        bool hasValue) {
     reserveText(nameLength + 1 + (hasValue ? valueLength + 1 : 0));
     if (m_Size == m_Capacity) growPairs();
     Pair& pair = m_pPairs[m_Size];
@@ -149,8 +152,10 @@ void KtParameters::appendUnlocked(const char* name, unsigned nameLength, const c
     m_Size++;
 }
 
-void KtParameters::setUnlocked(const char* name, unsigned nameLength, const char* value, unsigned valueLength,
-                               bool hasValue) {
+// Inlined into its callers: the readers store every pair through it.
+__attribute__((always_inline)) inline void KtParameters::setUnlocked(const char* name, unsigned nameLength,
+                                                                     const char* value, unsigned valueLength,
+                                                                     bool hasValue) {
     for (unsigned i = 0; i < m_Size; ++i) {
         Pair& p = m_pPairs[i];
         if (p.nameLength != nameLength || !ktEqualBytes(nameOf(p), name, nameLength)) continue;
@@ -177,7 +182,9 @@ void KtParameters::setUnlocked(const char* name, unsigned nameLength, const char
 // the work buffers of the general reader, or when an escape inside quotes stands in the
 // name: the general reader then handles the pair. On success `stop` is the byte the pair
 // ended at (left in the stream).
-bool KtParameters::parsePairInPlace(KtInputStream& in, bool commaEnds, int& stop) {
+// Inlined into parseUnlocked, its only caller, which runs it once per pair.
+__attribute__((always_inline)) inline bool KtParameters::parsePairInPlace(KtInputStream& in, bool commaEnds,
+                                                                         int& stop) {
     const unsigned kMax = 1024;
     const char* const begin = in.current();
     const char* const end = in.end();

@@ -299,8 +299,10 @@ public:
     KtString(std::nullptr_t) noexcept {}
     /// A new buffer holding `text` (null gives an empty string).
     KtString(const char* text);
-    /// A new buffer holding `length` bytes of `text`.
-    KtString(const char* text, unsigned length) : KtHandle<KtStringBuffer>(new KtStringBuffer(text, length)) {}
+    /// A new buffer holding `length` bytes of `text`. Always inlined: the readers make most of
+    /// their strings through it.
+    __attribute__((always_inline)) KtString(const char* text, unsigned length)
+        : KtHandle<KtStringBuffer>(new KtStringBuffer(text, length)) {}
     /// A string for a constant of static storage duration: its buffer is immortal, so the
     /// threads that share it never write its reference count.
     static KtString sStatic(const char* text) {

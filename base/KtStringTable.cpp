@@ -25,10 +25,14 @@ const KtString* KtStringTable::find(const char* text, unsigned length) const noe
     return m_Table.find(text, length);
 }
 
-KtString KtStringTable::make(const char* text, unsigned length) const {
-    if (const KtString* w = find(text, length)) return *w;
+// make, inlined into the word reader (parseWith) too.
+__attribute__((always_inline)) inline KtString KtStringTable::makeInline(const char* text, unsigned length) const {
+    if (length != 0)
+        if (const KtString* w = m_Table.find(text, length)) return *w;
     return KtString(text, length);
 }
+
+KtString KtStringTable::make(const char* text, unsigned length) const { return makeInline(text, length); }
 
 KtString KtStringTable::parse(KtInputStream& in, const KtDelimiterSet& delimiters, bool trim) const {
     return parseWith(this, in, delimiters, trim);
@@ -39,8 +43,9 @@ KtString KtStringTable::sParseWord(KtInputStream& in, const KtDelimiterSet& deli
 }
 
 // The reading of parse(); `table` (may be null) supplies the shared constants.
-KtString KtStringTable::parseWith(const KtStringTable* table, KtInputStream& in, const KtDelimiterSet& delimiters,
-                                  bool trim) {
+// Inlined into both readers (parse and sParseWord).
+__attribute__((always_inline)) inline KtString KtStringTable::parseWith(const KtStringTable* table, KtInputStream& in,
+                                                                        const KtDelimiterSet& delimiters, bool trim) {
     int c;
     while ((c = in.peek()) == ' ' || c == '\t') in.advance(1);
     if (c < 0) return KtString();
@@ -55,7 +60,7 @@ KtString KtStringTable::parseWith(const KtStringTable* table, KtInputStream& in,
             ktTrimRange(start, p);
         }
         const unsigned length = static_cast<unsigned>(p - start);
-        return table != nullptr ? table->make(start, length) : KtString(start, length);
+        return table != nullptr ? table->makeInline(start, length) : KtString(start, length);
     }
     // The word runs to the end of the window: the string buffer's reader collects it across
     // refills (nothing is consumed yet but the blanks it would skip too).

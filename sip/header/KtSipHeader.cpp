@@ -102,7 +102,8 @@ namespace {
 
 // The header object for the `length` bytes at `token` (no NUL among them): the registered
 // class, or an unknown header keeping the name. `registered` tells which.
-KtSipHeader* construct(const char* token, unsigned length, bool& registered) {
+// Inlined: the usual line's reading (sConstructFrom) runs it once per line.
+__attribute__((always_inline)) inline KtSipHeader* construct(const char* token, unsigned length, bool& registered) {
     Constructor constructor = gRegistry != nullptr ? gRegistry->find(token, length) : nullptr;
     registered = constructor != nullptr;
     if (registered) return constructor();
@@ -281,19 +282,9 @@ void KtSipHeader::parseLine(const char* line, unsigned n, const char* colon) {
     parseNamedLine(line, n, nb, static_cast<unsigned>(ne - nb), colon);
 }
 
-// Inlined into both callers: the usual line's reading (sConstructFrom) runs it once per line.
-__attribute__((always_inline)) inline void KtSipHeader::parseNamedLine(const char* line, unsigned n, const char* name,
-                                                                       unsigned nameLength, const char* colon) {
-    if (m_Token.length() != nameLength || !ktEqualBytes(m_Token.c_str(), name, nameLength))
-        m_Token = KtString(name, nameLength);
-
-    // The value runs to the end of the line, its CR LF included.
-    const unsigned valueStart = static_cast<unsigned>(colon - line) + 1;
-    KtByteArrayInputStream value(line + valueStart, n + 2 - valueStart);
-    parseRest(value);
-}
-
-void KtSipHeader::parseRest(KtInputStream& in) {
+// parseRest, inlined into the reading of a line. `wholeLine` tells that the stream's window
+// holds all there is (the line read in place), so that no refill is asked for at its end.
+__attribute__((always_inline)) inline void KtSipHeader::readValues(KtInputStream& in, bool wholeLine) {
     TORVANE_TRACE_SCOPE(fileLogger(), "KtSipHeader::parseRest");
     // Each comma-separated element becomes a new header of the same class appended to the
     // chain; the loop keeps the chain's tail, so no recursion and no walk per element.
@@ -317,7 +308,7 @@ void KtSipHeader::parseRest(KtInputStream& in) {
                 break;
             }
             in.setCurrent(end);
-            if (!in.fill()) {
+            if (wholeLine || !in.fill()) {
                 c = -1;
                 break;
             }
@@ -333,6 +324,20 @@ void KtSipHeader::parseRest(KtInputStream& in) {
         current = next;
     }
 }
+
+// Inlined into both callers: the usual line's reading (sConstructFrom) runs it once per line.
+__attribute__((always_inline)) inline void KtSipHeader::parseNamedLine(const char* line, unsigned n, const char* name,
+                                                                       unsigned nameLength, const char* colon) {
+    if (m_Token.length() != nameLength || !ktEqualBytes(m_Token.c_str(), name, nameLength))
+        m_Token = KtString(name, nameLength);
+
+    // The value runs to the end of the line, its CR LF included.
+    const unsigned valueStart = static_cast<unsigned>(colon - line) + 1;
+    KtByteArrayInputStream value(line + valueStart, n + 2 - valueStart);
+    readValues(value, true);
+}
+
+void KtSipHeader::parseRest(KtInputStream& in) { readValues(in, false); }
 
 void KtSipHeader::serialize(KtOutputStream& out) const {
     TORVANE_TRACE_SCOPE(fileLogger(), "KtSipHeader::serialize");

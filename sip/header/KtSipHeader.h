@@ -173,6 +173,8 @@ private:
     // parseLine once the name is known: the `nameLength` bytes at `name` (trimmed) and the
     // line's first colon.
     void parseNamedLine(const char* line, unsigned n, const char* name, unsigned nameLength, const char* colon);
+    // The body of parseRest; `wholeLine` when the stream's window is all of its input.
+    void readValues(KtInputStream& in, bool wholeLine);
 };
 
 /// The factory registered for a header class.

@@ -382,7 +382,9 @@ void KtSipMessage::parseHeaders(KtInputStream& in) {
     m_Status = STATUS_PARSE_FAILED;
 }
 
-void KtSipMessage::appendParsedHeader(KtHandle<KtSipHeader>&& header, KtSipHeader** tails) {
+// Inlined into parseHeaders, which runs it for every header line.
+__attribute__((always_inline)) inline void KtSipMessage::appendParsedHeader(KtHandle<KtSipHeader>&& header,
+                                                                             KtSipHeader** tails) {
     const int id = header->getHeaderID();
     if (!isSlot(id)) {
         TORVANE_ASSERT(isSlot(id));
@@ -534,7 +536,8 @@ __attribute__((noinline, cold)) void logOrderFull() {
 }
 }  // namespace
 
-void KtSipMessage::placeFirst(HeaderID id, KtHandle<KtSipHeader>&& header) {
+// Inlined into the parse loop (through appendParsedHeader) and addHeaderByID.
+__attribute__((always_inline)) inline void KtSipMessage::placeFirst(HeaderID id, KtHandle<KtSipHeader>&& header) {
     m_Headers[id] = std::move(header);
     if (!m_HeaderOrder.append(id)) logOrderFull();
 }

@@ -79,7 +79,7 @@ void takeWhileIn(KtInputStream& in, const KtDelimiterSet& set, WorkBuffer& buffe
     }
 }
 
-void skipBlanks(KtInputStream& in) {
+inline void skipBlanks(KtInputStream& in) {
     while (isBlank(in.peek())) in.read();
 }
 
@@ -426,7 +426,8 @@ void KtSipURL::parse(KtInputStream& in) {
 // left where that reader leaves it (its mark included, and on an error just past the byte
 // refused); user and password are made straight from the window. Returns false, having
 // consumed nothing, when the general reader must run.
-bool KtSipURL::parseSchemeAndUserInPlace(KtInputStream& in, bool bracketed) {
+// Inlined into parse, its only caller.
+__attribute__((always_inline)) inline bool KtSipURL::parseSchemeAndUserInPlace(KtInputStream& in, bool bracketed) {
     const char* p = in.current();
     const char* const end = in.end();
     if (end - p < 4 || std::memcmp(p, "sip:", 4) != 0) return false;
@@ -469,7 +470,8 @@ bool KtSipURL::parseSchemeAndUserInPlace(KtInputStream& in, bool bracketed) {
     return true;
 }
 
-void KtSipURL::parseParameter(KtInputStream& in) {
+// Inlined into parse, its only caller.
+__attribute__((always_inline)) inline void KtSipURL::parseParameter(KtInputStream& in) {
     // Bytes that need a decision; every other byte is taken as it stands.
     static const KtDelimiterSet plain(";?> \t\r\n\"<=", 11);
     static const KtDelimiterSet ordinary = KtDelimiterSet::sComplementOf(plain);
