@@ -125,8 +125,16 @@ void KtParameters::clearPairs() noexcept {
 
 int KtParameters::findUnlocked(const char* name) const {
     if (name == nullptr) return -1;
-    for (unsigned i = 0; i < m_Size; ++i)
-        if (std::strcmp(nameOf(m_pPairs[i]), name) == 0) return static_cast<int>(i);
+    // The test of strcmp(stored, name) == 0 without a call per pair: a stored name (kept
+    // NUL-terminated, and possibly holding a NUL of its own) equals `name` as a C string when
+    // it is at least as long, has a NUL right after that many bytes and starts with them.
+    const unsigned length = static_cast<unsigned>(std::strlen(name));
+    for (unsigned i = 0; i < m_Size; ++i) {
+        const Pair& p = m_pPairs[i];
+        const char* stored = nameOf(p);
+        if (p.nameLength >= length && stored[length] == '\0' && ktEqualBytes(stored, name, length))
+            return static_cast<int>(i);
+    }
     return -1;
 }
 

@@ -13,5 +13,3 @@ KtSipAcceptHeader::KtSipAcceptHeader(const char* text) {
 }
 
 KtSipAcceptHeader::KtSipAcceptHeader(const KtSipAcceptHeader& other) : KtSipHeaderImpl(other) {}
-
-KtSipAcceptHeader::~KtSipAcceptHeader() {}

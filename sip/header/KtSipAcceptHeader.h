@@ -15,7 +15,7 @@ public:
     explicit KtSipAcceptHeader(const char* text);
     /// Copy (parameters cloned; next is nil).
     KtSipAcceptHeader(const KtSipAcceptHeader& other);
-    ~KtSipAcceptHeader() override;
+    ~KtSipAcceptHeader() override {}
 
     /// The type ("application" of application/sdp).
     KtString getType() const { return m_type.str(); }

@@ -17,8 +17,6 @@ KtSipContactHeader::KtSipContactHeader(const char* text) : m_wildcard(false) {
 KtSipContactHeader::KtSipContactHeader(const KtSipContactHeader& other)
     : KtSipCompactHeaderImpl(other), m_wildcard(other.m_wildcard), m_comment(other.m_comment) {}
 
-KtSipContactHeader::~KtSipContactHeader() {}
-
 void KtSipContactHeader::doParse(KtInputStream& in) {
     TORVANE_TRACE_SCOPE(fileLogger(), "KtSipContactHeader::doParse");
     KtStreamTokenizer::sDiscardWhite(in);

@@ -19,7 +19,7 @@ public:
     explicit KtSipContactHeader(const char* text);
     /// Deep copy (next is nil).
     KtSipContactHeader(const KtSipContactHeader& other);
-    ~KtSipContactHeader() override;
+    ~KtSipContactHeader() override {}
 
     /// "*" (white space before it skipped) makes a wildcard and ends the value: nothing
     /// after the star is read. Otherwise a name-address with parameters.

@@ -13,5 +13,3 @@ KtSipContentTypeHeader::KtSipContentTypeHeader(const char* text) {
 }
 
 KtSipContentTypeHeader::KtSipContentTypeHeader(const KtSipContentTypeHeader& other) : KtSipCompactHeaderImpl(other) {}
-
-KtSipContentTypeHeader::~KtSipContentTypeHeader() {}

@@ -18,7 +18,7 @@ public:
     explicit KtSipContentTypeHeader(const char* text);
     /// Copy (parameters cloned; next is nil).
     KtSipContentTypeHeader(const KtSipContentTypeHeader& other);
-    ~KtSipContentTypeHeader() override;
+    ~KtSipContentTypeHeader() override {}
 
     /// "type/subtype" as a new string.
     KtString getMediaType() const { return joinMedia(); }

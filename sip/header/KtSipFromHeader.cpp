@@ -31,8 +31,6 @@ KtSipFromHeader::KtSipFromHeader(const KtSipFromHeader& other) : KtSipCompactHea
     checkValidity();
 }
 
-KtSipFromHeader::~KtSipFromHeader() {}
-
 void KtSipFromHeader::doParse(KtInputStream& in) {
     TORVANE_TRACE_SCOPE(fileLogger(), "KtSipFromHeader::doParse");
     KtSipNameAddrParamsHeader::doParse(in);

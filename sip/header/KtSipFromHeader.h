@@ -26,7 +26,7 @@ public:
     KtSipFromHeader(const KtHandle<KtSipURL>& url, const KtHandle<KtParameters>& parameters);
     /// Deep copy (next is nil), checked.
     KtSipFromHeader(const KtSipFromHeader& other);
-    ~KtSipFromHeader() override;
+    ~KtSipFromHeader() override {}
 
     /// Reads the name-address and parameters, then checks them.
     void doParse(KtInputStream& in) override;

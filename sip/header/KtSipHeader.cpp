@@ -301,6 +301,13 @@ __attribute__((always_inline)) inline void KtSipHeader::readValues(KtInputStream
         for (;;) {
             const char* p = in.current();
             const char* end = in.end();
+            // A line read whole ends in its CR LF: when no more than those two bytes are left,
+            // there is no comma to look for.
+            if (wholeLine && end - p <= 2) {
+                in.setCurrent(end);
+                c = -1;
+                break;
+            }
             const char* comma = ktFindByte(p, end, ',');
             if (comma < end) {
                 in.setCurrent(comma + 1);

@@ -26,8 +26,6 @@ KtSipMediaTypeHeader::KtSipMediaTypeHeader(const KtSipMediaTypeHeader& other)
       m_subtype(other.m_subtype),
       m_parameters(KtParameters::sCloneOf(other.m_parameters.peek())) {}
 
-KtSipMediaTypeHeader::~KtSipMediaTypeHeader() {}
-
 void KtSipMediaTypeHeader::setParameters(const KtHandle<KtParameters>& parameters) {
     m_parameters = parameters;  // nil: an empty list, made on first use
 }

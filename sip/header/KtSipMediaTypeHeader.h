@@ -9,7 +9,7 @@
 /// is never nil; a new one is empty with the separator ";".
 class KtSipMediaTypeHeader : public KtSipHeader {
 public:
-    ~KtSipMediaTypeHeader() override;
+    ~KtSipMediaTypeHeader() override {}
 
     /// The parameters (never nil).
     const KtHandle<KtParameters>& getParameters() const { return m_parameters.get(); }

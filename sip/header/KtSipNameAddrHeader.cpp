@@ -12,8 +12,6 @@ KtSipNameAddrHeader::KtSipNameAddrHeader(const KtSipNameAddrHeader& other)
     : KtSipHeader(other),
       m_nameAddress(other.m_nameAddress.isNil() ? new KtSipNameAddress() : other.m_nameAddress->clone()) {}
 
-KtSipNameAddrHeader::~KtSipNameAddrHeader() {}
-
 void KtSipNameAddrHeader::setNameAddress(const KtHandle<KtSipNameAddress>& nameAddress) {
     if (nameAddress.isNil())
         m_nameAddress = new KtSipNameAddress();

@@ -10,7 +10,7 @@
 /// nil: a new header holds an empty one, and setNameAddress(nil) puts an empty one back.
 class KtSipNameAddrHeader : public KtSipHeader {
 public:
-    ~KtSipNameAddrHeader() override;
+    ~KtSipNameAddrHeader() override {}
 
     /// The address (never nil).
     const KtHandle<KtSipNameAddress>& getNameAddress() const { return m_nameAddress; }

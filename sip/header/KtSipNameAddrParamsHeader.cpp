@@ -12,8 +12,6 @@ KtSipNameAddrParamsHeader::KtSipNameAddrParamsHeader(const KtSipNameAddrParamsHe
     : KtSipNameAddrHeader(other),
       m_parameters(KtParameters::sCloneOf(other.m_parameters.peek())) {}
 
-KtSipNameAddrParamsHeader::~KtSipNameAddrParamsHeader() {}
-
 void KtSipNameAddrParamsHeader::setParameters(const KtHandle<KtParameters>& parameters) {
     m_parameters = parameters;  // nil: an empty list, made on first use
 }

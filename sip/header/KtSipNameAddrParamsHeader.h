@@ -11,7 +11,7 @@
 /// is empty with the separator ";".
 class KtSipNameAddrParamsHeader : public KtSipNameAddrHeader {
 public:
-    ~KtSipNameAddrParamsHeader() override;
+    ~KtSipNameAddrParamsHeader() override {}
 
     /// The header parameters (never nil).
     const KtHandle<KtParameters>& getParameters() const { return m_parameters.get(); }

@@ -3,8 +3,6 @@
 
 TORVANE_FILE_LOGGER("calvoran.kt.KtSipProductHeader")
 
-KtSipProductHeader::~KtSipProductHeader() {}
-
 bool KtSipProductHeader::writeFields(KtOutputStream& out) const {
     bool wrote = false;
     if (!m_Product.empty()) {

@@ -9,7 +9,7 @@
 /// tokens and comments as they were received ("1.0 (Linux) libfoo/2").
 class KtSipProductHeader : public KtSipHeader {
 public:
-    ~KtSipProductHeader() override;
+    ~KtSipProductHeader() override {}
 
     /// The product ("Asterisk").
     const KtString& getProduct() const { return m_Product; }

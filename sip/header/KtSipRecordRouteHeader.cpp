@@ -14,8 +14,6 @@ KtSipRecordRouteHeader::KtSipRecordRouteHeader(const char* text) {
 
 KtSipRecordRouteHeader::KtSipRecordRouteHeader(const KtSipRecordRouteHeader& other) : KtSipHeaderImpl(other) {}
 
-KtSipRecordRouteHeader::~KtSipRecordRouteHeader() {}
-
 void KtSipRecordRouteHeader::doParse(KtInputStream& in) {
     TORVANE_TRACE_SCOPE(fileLogger(), "KtSipRecordRouteHeader::doParse");
     parseNameAddress(in, "Invalid Name-Address in KtSipRecordRouteHeader");

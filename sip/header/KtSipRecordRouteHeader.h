@@ -17,7 +17,7 @@ public:
     explicit KtSipRecordRouteHeader(const char* text);
     /// Deep copy (next is nil).
     KtSipRecordRouteHeader(const KtSipRecordRouteHeader& other);
-    ~KtSipRecordRouteHeader() override;
+    ~KtSipRecordRouteHeader() override {}
 
     /// Reads one name-address; any failure becomes KtSipParseError
     /// "Invalid Name-Address in KtSipRecordRouteHeader".

@@ -14,8 +14,6 @@ KtSipRouteHeader::KtSipRouteHeader(const char* text) {
 
 KtSipRouteHeader::KtSipRouteHeader(const KtSipRouteHeader& other) : KtSipHeaderImpl(other) {}
 
-KtSipRouteHeader::~KtSipRouteHeader() {}
-
 void KtSipRouteHeader::doParse(KtInputStream& in) {
     TORVANE_TRACE_SCOPE(fileLogger(), "KtSipRouteHeader::doParse");
     parseNameAddress(in, "Invalid Name-Address in KtSipRouteHeader");

@@ -17,7 +17,7 @@ public:
     explicit KtSipRouteHeader(const char* text);
     /// Deep copy (next is nil).
     KtSipRouteHeader(const KtSipRouteHeader& other);
-    ~KtSipRouteHeader() override;
+    ~KtSipRouteHeader() override {}
 
     /// Reads one name-address; any failure becomes KtSipParseError
     /// "Invalid Name-Address in KtSipRouteHeader".

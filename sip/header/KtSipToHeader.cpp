@@ -32,8 +32,6 @@ KtSipToHeader::KtSipToHeader(const KtSipToHeader& other) : KtSipCompactHeaderImp
     checkValidity();
 }
 
-KtSipToHeader::~KtSipToHeader() {}
-
 void KtSipToHeader::doParse(KtInputStream& in) {
     TORVANE_TRACE_SCOPE(fileLogger(), "KtSipToHeader::doParse");
     KtSipNameAddrParamsHeader::doParse(in);

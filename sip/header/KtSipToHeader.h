@@ -25,7 +25,7 @@ public:
     KtSipToHeader(const KtHandle<KtSipURL>& url, const KtHandle<KtParameters>& parameters);
     /// Deep copy (next is nil), checked.
     KtSipToHeader(const KtSipToHeader& other);
-    ~KtSipToHeader() override;
+    ~KtSipToHeader() override {}
 
     /// Reads the name-address and parameters, then checks them.
     void doParse(KtInputStream& in) override;

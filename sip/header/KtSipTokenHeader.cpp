@@ -10,8 +10,6 @@ KtSipTokenHeader::KtSipTokenHeader(const KtSipTokenHeader& other)
       m_Value(other.m_Value),
       m_Parameters(other.m_Parameters.isNil() ? nullptr : other.m_Parameters->clone()) {}
 
-KtSipTokenHeader::~KtSipTokenHeader() {}
-
 void KtSipTokenHeader::setParameter(const char* name, const char* value) {
     if (m_Parameters.isNil()) m_Parameters = new KtParameters(';');
     m_Parameters->setValue(name, value);

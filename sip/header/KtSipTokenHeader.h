@@ -30,7 +30,7 @@ struct KtSipTokenSyntax {
 /// The concrete classes give their KtSipTokenSyntax; parsing and writing live here.
 class KtSipTokenHeader : public KtSipHeader {
 public:
-    ~KtSipTokenHeader() override;
+    ~KtSipTokenHeader() override {}
 
     /// The value ("" when empty).
     const KtString& getValue() const { return m_Value.str(); }

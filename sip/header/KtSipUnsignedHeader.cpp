@@ -5,8 +5,6 @@
 
 TORVANE_FILE_LOGGER("calvoran.kt.KtSipUnsignedHeader")
 
-KtSipUnsignedHeader::~KtSipUnsignedHeader() {}
-
 void KtSipUnsignedHeader::parseNumber(KtInputStream& in) {
     unsigned value = 0;
     if (!KtStreamTokenizer::sGetUnsigned(in, value)) KtSipParseError::sThrow(getSyntax().parseError);

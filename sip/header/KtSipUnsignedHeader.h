@@ -18,7 +18,7 @@ struct KtSipUnsignedSyntax {
 /// beyond the 32 bits (a Max-Forwards of 300 is kept as it is).
 class KtSipUnsignedHeader : public KtSipHeader {
 public:
-    ~KtSipUnsignedHeader() override;
+    ~KtSipUnsignedHeader() override {}
 
     /// The number.
     unsigned getValue() const { return m_Value; }

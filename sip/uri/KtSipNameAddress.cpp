@@ -39,8 +39,6 @@ KtSipNameAddress::KtSipNameAddress(const KtSipNameAddress& rNameAddress)
     if (const KtURI* uri = rNameAddress.m_URI.peek()) m_URI = KtHandle<KtURI>(TORVANE_DYNCAST_ASSERT(KtURI, uri->clone()));
 }
 
-KtSipNameAddress::~KtSipNameAddress() {}
-
 KtSipNameAddress* KtSipNameAddress::clone() const { return new KtSipNameAddress(*this); }
 
 void KtSipNameAddress::setURI(const KtHandle<KtURI>& uri) { m_URI = uri; }

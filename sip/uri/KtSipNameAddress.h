@@ -24,7 +24,7 @@ public:
     KtSipNameAddress(const char* displayName, const KtHandle<KtURI>& uri);
     /// Shares the display name, copies the flags, clones the URI.
     KtSipNameAddress(const KtSipNameAddress& other);
-    ~KtSipNameAddress() override;
+    ~KtSipNameAddress() override {}
     KtSipNameAddress& operator=(const KtSipNameAddress&) = delete;
 
     /// A copy through the copy constructor.

@@ -156,8 +156,6 @@ KtSipURL::KtSipURL(const KtSipURL& other)
     m_IsSipURL = true;
 }
 
-KtSipURL::~KtSipURL() {}
-
 KtSipURL* KtSipURL::clone() const { return new KtSipURL(*this); }
 
 bool KtSipURL::hasParameters() const { return sizeOf(m_Parameters.peek()) != 0; }

@@ -38,7 +38,7 @@ public:
     explicit KtSipURL(const char* text);
     /// Deep copy (both lists copied).
     KtSipURL(const KtSipURL& other);
-    ~KtSipURL() override;
+    ~KtSipURL() override {}
 
     /// A copy through the copy constructor.
     KtSipURL* clone() const override;

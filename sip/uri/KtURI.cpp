@@ -56,8 +56,6 @@ KtURI::KtURI(const KtURI& other)
     : KtObject(), m_IsSipURL(false), m_InBracket(other.m_InBracket), m_SchemeData(other.m_SchemeData),
       m_Scheme(other.m_Scheme) {}
 
-KtURI::~KtURI() {}
-
 KtURI* KtURI::clone() const { return new KtURI(*this); }
 
 bool KtURI::hasParameters() const { return false; }

@@ -24,7 +24,7 @@ public:
     KtURI();
     /// Copies the flags (the SIP-URL flag is cleared) and shares both strings.
     KtURI(const KtURI& other);
-    ~KtURI() override;
+    ~KtURI() override {}
     KtURI& operator=(const KtURI&) = delete;
 
     /// A new URI of the same class; the in-bracket flag is copied, the strings shared.

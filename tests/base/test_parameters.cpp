@@ -55,6 +55,15 @@ TEST(KtParameters, ValuesByExactName) {
     p.clear();
     EXPECT_TRUE(p.empty());
     EXPECT_EQ(text(p), "");
+    // Names are looked up as C strings: a received name holding a NUL answers to the text
+    // before it, a prefix or an extension of a name does not.
+    const char withNul[] = "x\0y=1;x=2;xy=3";
+    KtByteArrayInputStream in(withNul, sizeof withNul - 1);
+    p.parse(in);
+    EXPECT_STREQ(p.getValue("x").c_str(), "1");
+    EXPECT_STREQ(p.getValue("xy").c_str(), "3");
+    EXPECT_TRUE(p.getValue("").isNil());
+    EXPECT_TRUE(p.getValue("xyz").isNil());
 }
 
 TEST(KtParameters, ReaderAgreesWithTheLockedGetters) {
