@@ -346,7 +346,7 @@ void KtSipMessage::parse(const char* /*firstToken*/, KtInputStream& in) {
 
 void KtSipMessage::parseHeaders(KtInputStream& in) {
     TORVANE_TRACE_SCOPE(fileLogger(), "KtSipMessage::parseHeaders");
-    KtSipHeader* tails[HeaderSlotCount] = {};
+    ParsedTails tails;
     for (;;) {
         in.mark(1);
         const int c = in.read();
@@ -384,7 +384,7 @@ void KtSipMessage::parseHeaders(KtInputStream& in) {
 
 // Inlined into parseHeaders, which runs it for every header line.
 __attribute__((always_inline)) inline void KtSipMessage::appendParsedHeader(KtHandle<KtSipHeader>&& header,
-                                                                             KtSipHeader** tails) {
+                                                                             ParsedTails& tails) {
     const int id = header->getHeaderID();
     if (!isSlot(id)) {
         TORVANE_ASSERT(isSlot(id));
@@ -395,10 +395,12 @@ __attribute__((always_inline)) inline void KtSipMessage::appendParsedHeader(KtHa
     if (slot.isNil()) {
         placeFirst(static_cast<HeaderID>(id), std::move(header));
     } else {
-        KtSipHeader* tail = tails[id] != nullptr ? tails[id] : lastOf(slot.get());
+        const unsigned long long bit = 1ull << id;
+        KtSipHeader* tail = (tails.known & bit) != 0 ? tails.last[id] : lastOf(slot.get());
         tail->setNext(std::move(header));
     }
-    tails[id] = last;
+    tails.last[id] = last;
+    tails.known |= 1ull << id;
 }
 
 void KtSipMessage::parseBody(KtInputStream& in) {

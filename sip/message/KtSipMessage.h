@@ -256,10 +256,17 @@ protected:
     void setStatusIfValid(int status) {
         if (m_Status == STATUS_VALID) m_Status = status;
     }
-    /// Appends `header` to the chain of its kind using `tails` (the last header of each
-    /// chain, filled lazily) so that long header sections are added in linear time. The
-    /// handle is moved into the message (no reference taken and dropped per header).
-    void appendParsedHeader(KtHandle<KtSipHeader>&& header, KtSipHeader** tails);
+    /// The last header of each chain the parser has appended to: `last[id]` holds only where
+    /// bit `id` of `known` is set, so that nothing needs clearing per message.
+    struct ParsedTails {
+        KtSipHeader* last[HeaderSlotCount];
+        unsigned long long known = 0;
+    };
+    static_assert(HeaderSlotCount <= 64, "one bit of ParsedTails::known per slot");
+    /// Appends `header` to the chain of its kind using `tails` so that long header sections
+    /// are added in linear time. The handle is moved into the message (no reference taken
+    /// and dropped per header).
+    void appendParsedHeader(KtHandle<KtSipHeader>&& header, ParsedTails& tails);
     /// Puts `header` into the empty slot `id` (a valid slot) and records the kind in the
     /// header order.
     void placeFirst(HeaderID id, KtHandle<KtSipHeader>&& header);
