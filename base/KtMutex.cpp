@@ -68,9 +68,4 @@ KtMutex& KtLazyMutex::create() const {
     return *expected;
 }
 
-void KtMutex::lock() {
-    int rc = pthread_mutex_lock(&m_Mutex);
-    if (rc != 0) KtSystemError::sThrow("pthread_mutex_lock", rc);
-}
-
-void KtMutex::unlock() noexcept { pthread_mutex_unlock(&m_Mutex); }
+void KtMutex::sThrowLockFailed(int rc) { KtSystemError::sThrow("pthread_mutex_lock", rc); }

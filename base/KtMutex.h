@@ -24,15 +24,20 @@ public:
     KtMutex(const KtMutex&) = delete;
     KtMutex& operator=(const KtMutex&) = delete;
 
-    /// Takes the mutex; throws KtSystemError("pthread_mutex_lock") on failure.
-    void lock();
+    /// Takes the mutex; throws KtSystemError("pthread_mutex_lock") on failure. Inline: the
+    /// parameter lists take their mutex for every read and write.
+    void lock() {
+        const int rc = pthread_mutex_lock(&m_Mutex);
+        if (rc != 0) sThrowLockFailed(rc);
+    }
     /// Releases the mutex.
-    void unlock() noexcept;
+    void unlock() noexcept { pthread_mutex_unlock(&m_Mutex); }
 
     /// The attribute object every mutex is created with (for tests and diagnostics).
     static const pthread_mutexattr_t& sAttributes();
 
 private:
+    [[noreturn]] static void sThrowLockFailed(int rc);
     static Torvane::MemPool& pool() {
         static Torvane::MemPool& p = Torvane::MemPool::sGet("KtMutex");
         return p;

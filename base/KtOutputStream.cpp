@@ -44,30 +44,49 @@ KtOutputStream::~KtOutputStream() {}
 
 void KtOutputStream::flush() {}
 
-KtOutputStream& KtOutputStream::operator<<(unsigned long long value) {
+// Every integer overload writes through this one: a single digit (versions, most lengths and
+// sequence numbers) is one byte put; other values are formatted backwards in a small buffer.
+__attribute__((always_inline)) inline void KtOutputStream::writeDecimal(unsigned long long magnitude, bool negative) {
+    if (magnitude < 10 && !negative) {
+        put(static_cast<char>('0' + magnitude));
+        return;
+    }
     char buf[24];
-    char* p = formatUnsigned(buf + sizeof(buf), value);
-    write(p, static_cast<unsigned>(buf + sizeof(buf) - p));
-    return *this;
-}
-
-KtOutputStream& KtOutputStream::operator<<(long long value) {
-    char buf[24];
-    unsigned long long magnitude =
-        value < 0 ? 0ull - static_cast<unsigned long long>(value) : static_cast<unsigned long long>(value);
     char* p = formatUnsigned(buf + sizeof(buf), magnitude);
-    if (value < 0) *--p = '-';
+    if (negative) *--p = '-';
     write(p, static_cast<unsigned>(buf + sizeof(buf) - p));
-    return *this;
 }
 
-KtOutputStream& KtOutputStream::operator<<(int value) { return *this << static_cast<long long>(value); }
-KtOutputStream& KtOutputStream::operator<<(unsigned int value) {
-    return *this << static_cast<unsigned long long>(value);
+namespace {
+// The magnitude of `value` (also of the most negative value).
+inline unsigned long long magnitudeOf(long long value) {
+    return value < 0 ? 0ull - static_cast<unsigned long long>(value) : static_cast<unsigned long long>(value);
 }
-KtOutputStream& KtOutputStream::operator<<(long value) { return *this << static_cast<long long>(value); }
+}  // namespace
+
+KtOutputStream& KtOutputStream::operator<<(unsigned long long value) {
+    writeDecimal(value, false);
+    return *this;
+}
+KtOutputStream& KtOutputStream::operator<<(long long value) {
+    writeDecimal(magnitudeOf(value), value < 0);
+    return *this;
+}
+KtOutputStream& KtOutputStream::operator<<(int value) {
+    writeDecimal(magnitudeOf(value), value < 0);
+    return *this;
+}
+KtOutputStream& KtOutputStream::operator<<(unsigned int value) {
+    writeDecimal(value, false);
+    return *this;
+}
+KtOutputStream& KtOutputStream::operator<<(long value) {
+    writeDecimal(magnitudeOf(value), value < 0);
+    return *this;
+}
 KtOutputStream& KtOutputStream::operator<<(unsigned long value) {
-    return *this << static_cast<unsigned long long>(value);
+    writeDecimal(value, false);
+    return *this;
 }
 
 KtByteArrayOutputStream::KtByteArrayOutputStream(unsigned initialSize) {

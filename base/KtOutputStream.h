@@ -55,6 +55,10 @@ public:
     /// Pushes buffered bytes to their destination; the base does nothing.
     virtual void flush();
 
+private:
+    // Writes `magnitude` in decimal, after a "-" when `negative`.
+    void writeDecimal(unsigned long long magnitude, bool negative);
+
 protected:
     KtOutputStream() : m_pBegin(nullptr), m_pCur(nullptr), m_pLimit(nullptr) {}
     /// Makes room for at least `needed` more bytes.

@@ -366,7 +366,8 @@ void KtParameters::parse(const char* text) {
     parseUnlocked(in);
 }
 
-void KtParameters::serializeUnlocked(KtOutputStream& out) const {
+// Inlined into the writers (serialize, serializeWithLead, getString).
+__attribute__((always_inline)) inline void KtParameters::serializeUnlocked(KtOutputStream& out) const {
     for (unsigned i = 0; i < m_Size; ++i) {
         const Pair& p = m_pPairs[i];
         if (i) out.put(m_Separator);

@@ -1,6 +1,7 @@
 // Input and output streams and the tokenizer: bounds, marks, failures.
 #include <gtest/gtest.h>
 
+#include <limits>
 #include <string>
 
 #include "KtException.h"
@@ -144,6 +145,31 @@ TEST(KtOutputStream, NumbersBytesAndGrowth) {
     KtHandle<KtByteArray> bytes = out.toByteArray();
     EXPECT_EQ(bytes->getLength(), out.size());
     EXPECT_EQ(bytes->getData()[0], 'n');
+}
+
+// Every integer type writes what std::to_string gives, at the edges of the digit counts and
+// of the types.
+TEST(KtOutputStream, IntegersOfEveryTypeMatchToString) {
+    std::string expected;
+    KtByteArrayOutputStream out(8);
+    auto both = [&](auto value) {
+        out << value << ' ';
+        expected += std::to_string(value) + ' ';
+    };
+    for (long long v : {0LL, 1LL, 9LL, 10LL, 99LL, 100LL, 65535LL, 4294967295LL, 4294967296LL,
+                        std::numeric_limits<long long>::max()}) {
+        both(v);
+        both(-v);
+        both(static_cast<unsigned long long>(v));
+        both(static_cast<long>(v));
+        both(static_cast<unsigned long>(v));
+        both(static_cast<int>(v));
+        both(static_cast<unsigned>(v));
+    }
+    both(std::numeric_limits<long long>::min());
+    both(std::numeric_limits<int>::min());
+    both(std::numeric_limits<unsigned long long>::max());
+    EXPECT_EQ(std::string(out.data(), out.size()), expected);
 }
 
 // Pieces of every length up to past the inline-copy sizes, at every alignment the previous
