@@ -105,20 +105,27 @@ inline void ktTrimRange(const char*& begin, const char*& end) noexcept {
 class KtDelimiterSet {
 public:
     /// The set of the bytes of `chars` (NUL-terminated). A null pointer gives the empty set.
-    explicit KtDelimiterSet(const char* chars) noexcept;
+    /// The constructors are constexpr, so that the sets the readers keep in function-local
+    /// statics are built at compile time and read without an initialisation guard.
+    constexpr explicit KtDelimiterSet(const char* chars) noexcept : m_Flags{} {
+        if (chars)
+            for (const char* p = chars; *p; ++p) add(static_cast<unsigned char>(*p));
+    }
     /// The set of the first `count` bytes of `chars` (may include NUL).
-    KtDelimiterSet(const char* chars, unsigned count) noexcept;
+    constexpr KtDelimiterSet(const char* chars, unsigned count) noexcept : m_Flags{} {
+        for (unsigned i = 0; i < count; ++i) add(static_cast<unsigned char>(chars[i]));
+    }
     /// The set of every byte not in `set`: the stops of a reader that takes the bytes of `set`.
-    static KtDelimiterSet sComplementOf(const KtDelimiterSet& set) noexcept {
+    static constexpr KtDelimiterSet sComplementOf(const KtDelimiterSet& set) noexcept {
         KtDelimiterSet complement(nullptr);
         for (unsigned c = 0; c < 256; ++c)
             if (!set.contains(static_cast<unsigned char>(c))) complement.add(static_cast<unsigned char>(c));
         return complement;
     }
     /// True when byte `c` is in the set.
-    bool contains(unsigned char c) const noexcept { return m_Flags[c] != 0; }
+    constexpr bool contains(unsigned char c) const noexcept { return m_Flags[c] != 0; }
     /// Adds byte `c`.
-    void add(unsigned char c) noexcept {
+    constexpr void add(unsigned char c) noexcept {
         if (m_Flags[c]) return;
         m_Flags[c] = 1;
         if (sIsWordByte(c)) ++m_WordBytes;
@@ -129,7 +136,7 @@ public:
     const char* skipIn(const char* p, const char* end) const noexcept { return scan<false>(p, end); }
 
     /// True for the word bytes: ASCII letters and digits, "." and "-".
-    static bool sIsWordByte(unsigned char c) noexcept {
+    static constexpr bool sIsWordByte(unsigned char c) noexcept {
         const unsigned char lower = c | 0x20;
         return (lower >= 'a' && lower <= 'z') || (c >= '0' && c <= '9') || c == '.' || c == '-';
     }

@@ -1,4 +1,4 @@
-// KtStringBuffer, KtString, KtConstString and KtDelimiterSet.
+// KtStringBuffer, KtString and KtConstString.
 #include <cstring>
 #include <ostream>
 #include <strings.h>
@@ -18,17 +18,6 @@ inline char lower(char c) { return (c >= 'A' && c <= 'Z') ? static_cast<char>(c 
 inline char upper(char c) { return (c >= 'a' && c <= 'z') ? static_cast<char>(c - 32) : c; }
 
 }  // namespace
-
-// ---------------------------------------------------------------- KtDelimiterSet
-
-KtDelimiterSet::KtDelimiterSet(const char* chars) noexcept : m_Flags{} {
-    if (chars)
-        for (const unsigned char* p = reinterpret_cast<const unsigned char*>(chars); *p; ++p) add(*p);
-}
-
-KtDelimiterSet::KtDelimiterSet(const char* chars, unsigned count) noexcept : m_Flags{} {
-    for (unsigned i = 0; i < count; ++i) add(static_cast<unsigned char>(chars[i]));
-}
 
 // ---------------------------------------------------------------- KtStringBuffer
 

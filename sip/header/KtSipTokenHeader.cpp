@@ -15,10 +15,36 @@ void KtSipTokenHeader::setParameter(const char* name, const char* value) {
     m_Parameters->setValue(name, value);
 }
 
+namespace {
+// The table behind sCommonWords, inlined into the token reader below (every token header
+// value is read through it).
+__attribute__((always_inline)) inline const KtStringTable& commonWords() {
+    static const KtStringTable sTable{
+        // methods
+        "INVITE", "ACK", "BYE", "CANCEL", "OPTIONS", "REGISTER", "PRACK", "UPDATE", "REFER", "SUBSCRIBE",
+        "NOTIFY", "INFO", "MESSAGE", "PUBLISH",
+        // option tags
+        "100rel", "timer", "replaces", "path", "gruu", "outbound", "norefersub", "precondition", "eventlist",
+        "from-change", "histinfo", "join", "privacy", "sec-agree", "tdialog", "resource-priority", "answermode",
+        // media types and subtypes
+        "application", "text", "multipart", "message", "audio", "video", "image", "sdp", "plain", "html", "xml",
+        "pidf+xml", "xpidf+xml", "cpim-pidf+xml", "dialog-info+xml", "reginfo+xml", "watcherinfo+xml",
+        "rlmi+xml", "simple-message-summary", "im-iscomposing+xml", "sipfrag", "mixed", "related",
+        "alternative", "json",
+        // event packages
+        "presence", "dialog", "message-summary", "refer", "reg", "conference", "presence.winfo",
+        // encodings, dispositions and languages
+        "gzip", "deflate", "identity", "session", "render", "icon", "alert", "en", "en-US", "de", "fr", "es"};
+    return sTable;
+}
+}  // namespace
+
+const KtStringTable& KtSipTokenHeader::sCommonWords() { return commonWords(); }
+
 void KtSipTokenHeader::doParse(KtInputStream& in) {
     const KtSipTokenSyntax& syntax = getSyntax();
     TORVANE_TRACE_SCOPE(syntax.logger, syntax.parseScope);
-    const KtString value = sCommonWords().parse(in, syntax.stops, syntax.trim);
+    const KtString value = commonWords().parse(in, syntax.stops, syntax.trim);
     if (value.empty()) {
         if (syntax.emptyError) KtSipParseError::sThrow(syntax.emptyError);
         m_Value = KtConstString();
@@ -59,25 +85,6 @@ const KtDelimiterSet& KtSipTokenHeader::sMethodSeparators() {
     return sSet;
 }
 
-const KtStringTable& KtSipTokenHeader::sCommonWords() {
-    static const KtStringTable sTable{
-        // methods
-        "INVITE", "ACK", "BYE", "CANCEL", "OPTIONS", "REGISTER", "PRACK", "UPDATE", "REFER", "SUBSCRIBE",
-        "NOTIFY", "INFO", "MESSAGE", "PUBLISH",
-        // option tags
-        "100rel", "timer", "replaces", "path", "gruu", "outbound", "norefersub", "precondition", "eventlist",
-        "from-change", "histinfo", "join", "privacy", "sec-agree", "tdialog", "resource-priority", "answermode",
-        // media types and subtypes
-        "application", "text", "multipart", "message", "audio", "video", "image", "sdp", "plain", "html", "xml",
-        "pidf+xml", "xpidf+xml", "cpim-pidf+xml", "dialog-info+xml", "reginfo+xml", "watcherinfo+xml",
-        "rlmi+xml", "simple-message-summary", "im-iscomposing+xml", "sipfrag", "mixed", "related",
-        "alternative", "json",
-        // event packages
-        "presence", "dialog", "message-summary", "refer", "reg", "conference", "presence.winfo",
-        // encodings, dispositions and languages
-        "gzip", "deflate", "identity", "session", "render", "icon", "alert", "en", "en-US", "de", "fr", "es"};
-    return sTable;
-}
 
 const KtDelimiterSet& KtSipTokenHeader::sWhiteSeparators() {
     static const KtDelimiterSet sSet(" \t\r\n");

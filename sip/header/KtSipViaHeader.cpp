@@ -31,20 +31,21 @@ const char kInvalidTTL[] = "Invalid value for ttl parameter in Via header";
 const unsigned kMaxWord = 32;
 
 // Shared strings for the values nearly every Via holds, so that a default header and a
-// parsed "SIP/2.0/UDP" or "SIP/2.0/TCP" allocate nothing for them.
-const KtString& sipText() {
+// parsed "SIP/2.0/UDP" or "SIP/2.0/TCP" allocate nothing for them. Inlined: every Via made
+// or read asks for them.
+__attribute__((always_inline)) inline const KtString& sipText() {
     static const KtString sText(KtString::sStatic(KtSipHeader::sSIP));
     return sText;
 }
-const KtString& versionText() {
+__attribute__((always_inline)) inline const KtString& versionText() {
     static const KtString sText(KtString::sStatic(KtSipViaHeader::sProtocolVersion));
     return sText;
 }
-const KtString& udpText() {
+__attribute__((always_inline)) inline const KtString& udpText() {
     static const KtString sText(KtString::sStatic(KtSipHeader::sUDP));
     return sText;
 }
-const KtString& tcpText() {
+__attribute__((always_inline)) inline const KtString& tcpText() {
     static const KtString sText(KtString::sStatic(KtSipHeader::sTCP));
     return sText;
 }
