@@ -27,12 +27,14 @@ void deleteConstructorMap(void* map);
 
 inline int lowerAscii(int c) { return (c >= 'A' && c <= 'Z') ? c + ('a' - 'A') : c; }
 
-// True when the three collected characters spell `scheme` without regard to case.
-bool matches3(const int* c, const char* scheme) {
-    for (int i = 0; i < 3; ++i) {
-        if (c[i] < 0 || lowerAscii(c[i]) != scheme[i]) return false;
-    }
-    return true;
+// The three collected characters (ASCII letters lowered) packed for one comparison with a
+// scheme packed alike; -1 when one is missing (the end of the input), which matches none.
+inline long packed3(const int* c) {
+    if (c[0] < 0 || c[1] < 0 || c[2] < 0) return -1;
+    return lowerAscii(c[0]) | lowerAscii(c[1]) << 8 | static_cast<long>(lowerAscii(c[2])) << 16;
+}
+constexpr long packedScheme(const char* scheme) {
+    return scheme[0] | scheme[1] << 8 | static_cast<long>(scheme[2]) << 16;
 }
 
 }  // namespace
@@ -138,14 +140,15 @@ KtHandle<KtURI> KtURI::sConstructFrom(KtInputStream& in, bool inBracket) {
     }
 
     KtHandle<KtURI> result;
-    if (matches3(c, "sip")) {
+    const long scheme = packed3(c);
+    if (scheme == packedScheme("sip")) {
         KtSipURL* url = new KtSipURL();
         result = url;
         url->m_Scheme = KtSipURL::sToken;
         url->m_InBracket = inBracket;
         url->parse(in);
         TORVANE_DEBUG(fileLogger(), "KtURI: parsed sip URL: " << url->getString());
-    } else if (matches3(c, "tel")) {
+    } else if (scheme == packedScheme("tel")) {
         KtTelURL* tel = new KtTelURL();
         result = tel;
         tel->m_Scheme = KtTelURL::sToken;
