@@ -114,24 +114,11 @@ KtString KtStreamTokenizer::sGetQuote(KtInputStream& in) {
     KtException::sThrow("Unterminated quoted string");
 }
 
-bool KtStreamTokenizer::sGetUnsigned(KtInputStream& in, unsigned& value) {
-    sDiscardWhite(in);
-    // The usual number: at most nine digits (so no overflow is possible) followed by a
-    // non-digit inside the window; it is converted where it stands.
-    {
-        const char* p = in.current();
-        const char* end = in.end();
-        const char* limit = end - p > 10 ? p + 10 : end;
-        const char* q = p;
-        unsigned v = 0;
-        while (q < limit && static_cast<unsigned char>(*q - '0') <= 9) v = v * 10 + static_cast<unsigned>(*q++ - '0');
-        if (q < limit && q - p < 10) {
-            if (q == p) return false;
-            in.setCurrent(q);
-            value = v;
-            return true;
-        }
-    }
+namespace {
+// sGetUnsigned across window ends and refills. Out of line, so that the usual reading stays a
+// leaf function with few registers to save.
+__attribute__((noinline)) bool readUnsigned(KtInputStream& in, unsigned& value) {
+    KtStreamTokenizer::sDiscardWhite(in);
     int c = in.peek();
     if (c < '0' || c > '9') return false;
     unsigned long long v = 0;
@@ -147,6 +134,26 @@ bool KtStreamTokenizer::sGetUnsigned(KtInputStream& in, unsigned& value) {
     if (overflow) return false;
     value = static_cast<unsigned>(v);
     return true;
+}
+}  // namespace
+
+bool KtStreamTokenizer::sGetUnsigned(KtInputStream& in, unsigned& value) {
+    // The usual number: blanks, then at most nine digits (so no overflow is possible)
+    // followed by a non-digit, all inside the window; it is converted where it stands.
+    const char* p = in.current();
+    const char* const end = in.end();
+    while (p < end && (*p == ' ' || *p == '\t')) ++p;
+    const char* const limit = end - p > 10 ? p + 10 : end;
+    const char* q = p;
+    unsigned v = 0;
+    while (q < limit && static_cast<unsigned char>(*q - '0') <= 9) v = v * 10 + static_cast<unsigned>(*q++ - '0');
+    if (q < limit && q - p < 10) {
+        in.setCurrent(q);  // past the blanks, and the digits if any
+        if (q == p) return false;
+        value = v;
+        return true;
+    }
+    return readUnsigned(in, value);
 }
 
 unsigned KtStreamTokenizer::sGetUnsigned(KtInputStream& in) {

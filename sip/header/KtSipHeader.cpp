@@ -74,6 +74,7 @@ Constructor lookup(const char* name) { return gRegistry != nullptr ? gRegistry->
 KtSipHeader::~KtSipHeader() {
     // Unlink the rest of the chain iteratively so that a long chain does not recurse once per
     // element through the destructors.
+    if (m_Next.isNil()) return;  // the usual single header
     KtHandle<KtSipHeader> next(std::move(m_Next));
     while (!next.isNil() && next->getRefCount() == 1) {
         KtHandle<KtSipHeader> after(std::move(next->m_Next));
