@@ -40,6 +40,7 @@ public:
     unsigned size() const noexcept { return m_Table.size(); }
 
 private:
+    // make(), in a form the word reader inlines.
     KtString makeInline(const char* text, unsigned length) const;
     static KtString parseWith(const KtStringTable* table, KtInputStream& in, const KtDelimiterSet& delimiters, bool trim);
     const KtString* m_pWords;  // the constants; never freed, like the strings they hold

@@ -392,15 +392,15 @@ __attribute__((always_inline)) inline void KtSipMessage::appendParsedHeader(KtHa
     }
     KtSipHeader* const last = lastOf(header.get());
     KtHandle<KtSipHeader>& slot = m_Headers[id];
+    const unsigned long long bit = 1ull << id;
     if (slot.isNil()) {
         placeFirst(static_cast<HeaderID>(id), std::move(header));
     } else {
-        const unsigned long long bit = 1ull << id;
         KtSipHeader* tail = (tails.known & bit) != 0 ? tails.last[id] : lastOf(slot.get());
         tail->setNext(std::move(header));
     }
     tails.last[id] = last;
-    tails.known |= 1ull << id;
+    tails.known |= bit;
 }
 
 void KtSipMessage::parseBody(KtInputStream& in) {
