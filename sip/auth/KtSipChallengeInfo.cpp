@@ -3,6 +3,8 @@
 
 #include <strings.h>
 
+#include <cstring>
+
 #include "KtException.h"
 #include "KtSipDigestChallengeInfo.h"
 #include "KtSipDigestPairReader.h"
@@ -13,17 +15,24 @@ TORVANE_FILE_LOGGER("calvoran.kt.KtSipChallengeInfo")
 KtSipChallengeInfo::~KtSipChallengeInfo() = default;
 
 KtHandle<KtSipChallengeInfo> KtSipChallengeInfo::constructFrom(const char* type, KtHandle<KtByteArray> text) {
+    const unsigned typeLength = type ? static_cast<unsigned>(std::strlen(type)) : 0;
+    if (text.isNil()) return constructFrom(type, typeLength, nullptr, 0);
+    return constructFrom(type, typeLength, reinterpret_cast<const char*>(text->getData()), text->getLength());
+}
+
+KtHandle<KtSipChallengeInfo> KtSipChallengeInfo::constructFrom(const char* type, unsigned typeLength, const char* text,
+                                                                     unsigned length) {
     TORVANE_TRACE_SCOPE(fileLogger(), "KtSipChallengeInfo::constructFrom");
-    if (type && strcasecmp(type, KtSipDigestChallengeInfo::TYPE.c_str()) == 0) {
-        return KtSipDigestChallengeInfo::sCreateFrom(text);
+    const KtString& digest = KtSipDigestChallengeInfo::TYPE;
+    if (type && typeLength == digest.length() && strncasecmp(type, digest.c_str(), typeLength) == 0) {
+        return KtSipDigestChallengeInfo::sCreateFrom(text, length);
     }
-    TORVANE_DEBUG(fileLogger(), "challenge scheme \"" << (type ? type : "") << "\" refused");
+    TORVANE_DEBUG(fileLogger(), "challenge scheme \"" << KtString(type ? type : "", type ? typeLength : 0) << "\" refused");
     KtException::sThrow("Challenge type not supported !");
 }
 
 KtHandle<KtSipChallengeInfo> KtSipChallengeInfo::sConstructFromValue(const char* value) {
-    KtString scheme;
-    KtHandle<KtByteArray> list;
-    KtSipDigestPairReader::sSplitScheme(value, scheme, list);
-    return constructFrom(scheme.c_str(), list);
+    const KtSipDigestPairReader::SchemeSplit split =
+        KtSipDigestPairReader::sSplitScheme(value, value ? static_cast<unsigned>(std::strlen(value)) : 0);
+    return constructFrom(split.scheme, split.schemeLength, split.list, split.listLength);
 }

@@ -3,6 +3,8 @@
 
 #include <strings.h>
 
+#include <cstring>
+
 #include "KtException.h"
 #include "KtSipDigestCredentialsInfo.h"
 #include "KtSipDigestPairReader.h"
@@ -13,17 +15,24 @@ TORVANE_FILE_LOGGER("calvoran.kt.KtSipCredentialsInfo")
 KtSipCredentialsInfo::~KtSipCredentialsInfo() = default;
 
 KtHandle<KtSipCredentialsInfo> KtSipCredentialsInfo::constructFrom(const char* type, KtHandle<KtByteArray> text) {
+    const unsigned typeLength = type ? static_cast<unsigned>(std::strlen(type)) : 0;
+    if (text.isNil()) return constructFrom(type, typeLength, nullptr, 0);
+    return constructFrom(type, typeLength, reinterpret_cast<const char*>(text->getData()), text->getLength());
+}
+
+KtHandle<KtSipCredentialsInfo> KtSipCredentialsInfo::constructFrom(const char* type, unsigned typeLength, const char* text,
+                                                                     unsigned length) {
     TORVANE_TRACE_SCOPE(fileLogger(), "KtSipCredentialsInfo::constructFrom");
-    if (type && strcasecmp(type, KtSipDigestCredentialsInfo::sm_Type.c_str()) == 0) {
-        return KtSipDigestCredentialsInfo::sCreateFrom(text);
+    const KtString& digest = KtSipDigestCredentialsInfo::sm_Type;
+    if (type && typeLength == digest.length() && strncasecmp(type, digest.c_str(), typeLength) == 0) {
+        return KtSipDigestCredentialsInfo::sCreateFrom(text, length);
     }
-    TORVANE_DEBUG(fileLogger(), "credentials scheme \"" << (type ? type : "") << "\" refused");
+    TORVANE_DEBUG(fileLogger(), "credentials scheme \"" << KtString(type ? type : "", type ? typeLength : 0) << "\" refused");
     KtException::sThrow("Credentials type not supported !");
 }
 
 KtHandle<KtSipCredentialsInfo> KtSipCredentialsInfo::sConstructFromValue(const char* value) {
-    KtString scheme;
-    KtHandle<KtByteArray> list;
-    KtSipDigestPairReader::sSplitScheme(value, scheme, list);
-    return constructFrom(scheme.c_str(), list);
+    const KtSipDigestPairReader::SchemeSplit split =
+        KtSipDigestPairReader::sSplitScheme(value, value ? static_cast<unsigned>(std::strlen(value)) : 0);
+    return constructFrom(split.scheme, split.schemeLength, split.list, split.listLength);
 }

@@ -40,6 +40,10 @@ public:
     /// matched ignoring case; any scheme other than Digest throws KtException
     /// "Credentials type not supported !".
     static KtHandle<KtSipCredentialsInfo> constructFrom(const char* type, KtHandle<KtByteArray> text);
+    /// As above for the scheme word of `typeLength` bytes at `type` and the parameter list of
+    /// `length` bytes at `text`, read where it stands (a null `text` is no list at all).
+    static KtHandle<KtSipCredentialsInfo> constructFrom(const char* type, unsigned typeLength, const char* text,
+                                                     unsigned length);
     /// Builds credentials from a whole header value "scheme SP pair-list" (what follows the
     /// colon of an Authorization or Proxy-Authorization line). Same errors as constructFrom.
     static KtHandle<KtSipCredentialsInfo> sConstructFromValue(const char* value);

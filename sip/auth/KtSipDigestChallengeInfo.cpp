@@ -26,10 +26,15 @@ KtSipDigestChallengeInfo* KtSipDigestChallengeInfo::clone() const {
 }
 
 KtHandle<KtSipDigestChallengeInfo> KtSipDigestChallengeInfo::sCreateFrom(KtHandle<KtByteArray> text) {
+    if (text.isNil()) return sCreateFrom(nullptr, 0);
+    return sCreateFrom(reinterpret_cast<const char*>(text->getData()), text->getLength());
+}
+
+KtHandle<KtSipDigestChallengeInfo> KtSipDigestChallengeInfo::sCreateFrom(const char* text, unsigned length) {
     TORVANE_TRACE_SCOPE(fileLogger(), "KtSipDigestChallengeInfo::sCreateFrom");
     KtHandle<KtSipDigestChallengeInfo> challenge = new KtSipDigestChallengeInfo();
-    if (!text.isNil()) {
-        KtByteArrayInputStream in(text.get(), 0, text->getLength());
+    if (text != nullptr) {
+        KtByteArrayInputStream in(text, length);
         challenge->parse(in);
     }
     return challenge;

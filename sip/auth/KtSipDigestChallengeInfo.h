@@ -26,6 +26,9 @@ public:
     /// A new challenge parsed from the pair list `text` (the text after "Digest ").
     /// Throws KtException "Buffer overflew !!!" for a list longer than 1024 buffered bytes.
     static KtHandle<KtSipDigestChallengeInfo> sCreateFrom(KtHandle<KtByteArray> text);
+    /// As above for the `length` bytes at `text`, read where they stand (a null `text` is no
+    /// list: nothing is read).
+    static KtHandle<KtSipDigestChallengeInfo> sCreateFrom(const char* text, unsigned length);
 
     /// Reads a pair list from `in` (to its end or to a line end), adding its pairs.
     void parse(KtInputStream& in);

@@ -59,10 +59,15 @@ KtSipDigestCredentialsInfo* KtSipDigestCredentialsInfo::clone() const {
 }
 
 KtHandle<KtSipDigestCredentialsInfo> KtSipDigestCredentialsInfo::sCreateFrom(KtHandle<KtByteArray> text) {
+    if (text.isNil()) return sCreateFrom(nullptr, 0);
+    return sCreateFrom(reinterpret_cast<const char*>(text->getData()), text->getLength());
+}
+
+KtHandle<KtSipDigestCredentialsInfo> KtSipDigestCredentialsInfo::sCreateFrom(const char* text, unsigned length) {
     TORVANE_TRACE_SCOPE(fileLogger(), "KtSipDigestCredentialsInfo::sCreateFrom");
     KtHandle<KtSipDigestCredentialsInfo> credentials = new KtSipDigestCredentialsInfo();
-    if (!text.isNil()) {
-        KtByteArrayInputStream in(text.get(), 0, text->getLength());
+    if (text != nullptr) {
+        KtByteArrayInputStream in(text, length);
         credentials->parse(in);
     }
     return credentials;

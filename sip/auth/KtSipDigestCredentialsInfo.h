@@ -39,6 +39,9 @@ public:
     /// New credentials read from a received parameter list `text` (the text after "Digest ").
     /// Throws KtException "Buffer overflew !!!" for a list longer than 1024 buffered bytes.
     static KtHandle<KtSipDigestCredentialsInfo> sCreateFrom(KtHandle<KtByteArray> text);
+    /// As above for the `length` bytes at `text`, read where they stand (a null `text` is no
+    /// list: nothing is read).
+    static KtHandle<KtSipDigestCredentialsInfo> sCreateFrom(const char* text, unsigned length);
     /// Reads a received parameter list from `in` (to its end or to a line end).
     void parse(KtInputStream& in);
 

@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "KtException.h"
+#include "KtStreamTokenizer.h"
 #include "TorvaneLogger.h"
 
 TORVANE_FILE_LOGGER("calvoran.kt.KtSipDigestPairReader")
@@ -183,12 +184,37 @@ void KtSipDigestPairReader::sRead(KtInputStream& in, KtParameters& pairs, NameCa
     storePair(true);
 }
 
-void KtSipDigestPairReader::sSplitScheme(const char* value, KtString& scheme, KtHandle<KtByteArray>& list) {
-    if (!value) value = "";
+KtSipDigestPairReader::SchemeSplit KtSipDigestPairReader::sSplitScheme(const char* value, unsigned length) {
+    if (value == nullptr) value = "";
+    const char* const end = value + length;
     const char* blank = value;
-    while (*blank && *blank != ' ' && *blank != '\t') ++blank;
-    const unsigned schemeLength = static_cast<unsigned>(blank - value);
-    scheme = schemeLength ? KtString(value, schemeLength) : KtString("");
-    if (*blank) ++blank;
-    list = KtByteArray::sCreate(blank);
+    while (blank < end && *blank != ' ' && *blank != '\t') ++blank;
+    SchemeSplit split;
+    split.scheme = value;
+    split.schemeLength = static_cast<unsigned>(blank - value);
+    if (blank < end) ++blank;
+    split.list = blank;
+    split.listLength = static_cast<unsigned>(end - blank);
+    return split;
+}
+
+KtSipDigestPairReader::SchemeSplit KtSipDigestPairReader::sReadSchemeLine(KtInputStream& in, KtString& line) {
+    KtStreamTokenizer::sDiscardWhite(in);
+    const char* text = in.current();
+    const char* const end = in.end();
+    const char* const lf = ktFindByte(text, end, '\n');
+    unsigned length;
+    if (lf < end) {
+        length = static_cast<unsigned>(lf - text);
+        if (length > 0 && text[length - 1] == '\r') --length;
+        in.setCurrent(lf + 1);
+    } else {
+        line = KtStreamTokenizer::sGetLine(in);
+        text = line.c_str();
+        length = line.length();
+    }
+    // The value is what its C string holds: up to the first NUL.
+    const char* const nul = static_cast<const char*>(std::memchr(text, '\0', length));
+    if (nul != nullptr) length = static_cast<unsigned>(nul - text);
+    return sSplitScheme(text, length);
 }

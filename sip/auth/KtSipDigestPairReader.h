@@ -46,10 +46,22 @@ public:
     /// Reads pairs from `in` until the end of the input or a line end, into `pairs`.
     static void sRead(KtInputStream& in, KtParameters& pairs, NameCase nameCase);
 
-    /// Splits a header value "scheme SP pair-list" at the first space or tab: `scheme` is the
-    /// word before it, `list` the bytes after it. Without a blank, the whole value is the
-    /// scheme and the list is empty.
-    static void sSplitScheme(const char* value, KtString& scheme, KtHandle<KtByteArray>& list);
+    /// A header value "scheme SP pair-list" split at its first space or tab: the scheme is the
+    /// word before the blank, the list the bytes after it. Without a blank, the whole value is
+    /// the scheme and the list is empty. Both point into the split text.
+    struct SchemeSplit {
+        const char* scheme;
+        unsigned schemeLength;
+        const char* list;
+        unsigned listLength;
+    };
+    /// Splits the `length` bytes at `value`.
+    static SchemeSplit sSplitScheme(const char* value, unsigned length);
+    /// Reads the rest of the line from `in` (KtStreamTokenizer::sGetLine: blanks in front
+    /// skipped, line end dropped), cuts it at its first NUL and splits it. A line whose LF lies
+    /// in the stream's window is split where it stands; otherwise it is collected into `line`,
+    /// which then holds the text the result points into.
+    static SchemeSplit sReadSchemeLine(KtInputStream& in, KtString& line);
 };
 
 #endif

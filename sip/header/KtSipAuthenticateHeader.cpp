@@ -1,7 +1,7 @@
 // The shape shared by WWW-Authenticate and Proxy-Authenticate.
 #include "KtSipAuthenticateHeader.h"
 
-#include "KtStreamTokenizer.h"
+#include "KtSipDigestPairReader.h"
 #include "TorvaneLogger.h"
 
 TORVANE_FILE_LOGGER("calvoran.kt.KtSipAuthenticateHeader")
@@ -13,8 +13,10 @@ KtSipAuthenticateHeader::~KtSipAuthenticateHeader() = default;
 
 void KtSipAuthenticateHeader::doParse(KtInputStream& in) {
     TORVANE_TRACE_SCOPE(fileLogger(), "KtSipAuthenticateHeader::doParse");
-    const KtString line = KtStreamTokenizer::sGetLine(in);
-    m_Challenge = KtSipChallengeInfo::sConstructFromValue(line.c_str());
+    // Split in the stream's window when the line's end is there; `line` holds it otherwise.
+    KtString line;
+    const KtSipDigestPairReader::SchemeSplit split = KtSipDigestPairReader::sReadSchemeLine(in, line);
+    m_Challenge = KtSipChallengeInfo::constructFrom(split.scheme, split.schemeLength, split.list, split.listLength);
 }
 
 void KtSipAuthenticateHeader::doSerialize(KtOutputStream& out) const {

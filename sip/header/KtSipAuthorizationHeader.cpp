@@ -1,7 +1,7 @@
 // The Authorization header.
 #include "KtSipAuthorizationHeader.h"
 
-#include "KtStreamTokenizer.h"
+#include "KtSipDigestPairReader.h"
 #include "TorvaneLogger.h"
 
 TORVANE_FILE_LOGGER("calvoran.kt.KtSipAuthorizationHeader")
@@ -28,8 +28,10 @@ KtSipHeader* KtSipAuthorizationHeader::clone() const {
 
 void KtSipAuthorizationHeader::doParse(KtInputStream& in) {
     TORVANE_TRACE_SCOPE(fileLogger(), "KtSipAuthorizationHeader::doParse");
-    const KtString line = KtStreamTokenizer::sGetLine(in);
-    m_Credentials = KtSipCredentialsInfo::sConstructFromValue(line.c_str());
+    // Split in the stream's window when the line's end is there; `line` holds it otherwise.
+    KtString line;
+    const KtSipDigestPairReader::SchemeSplit split = KtSipDigestPairReader::sReadSchemeLine(in, line);
+    m_Credentials = KtSipCredentialsInfo::constructFrom(split.scheme, split.schemeLength, split.list, split.listLength);
 }
 
 void KtSipAuthorizationHeader::doSerialize(KtOutputStream& out) const {

@@ -118,4 +118,41 @@ TEST(DigestChallenge, HeaderLines) {
     EXPECT_EQ(thrown([] { parseHeaderLine("WWW-Authenticate: Basic realm=\"r\""); }), "Challenge type not supported !");
 }
 
+// The value after the colon is read in place when its line end lies in the stream's window and
+// collected otherwise (here a window growing a byte at a time): both give the same header.
+// The value ends at its line end or at a NUL, and the scheme at the first space or tab.
+TEST(DigestChallenge, ValueReadInPlaceOrCollected) {
+    struct Row { const char* name; std::string value; std::string written; } rows[] = {
+        {"WWW-Authenticate", " Digest realm=\"r\", nonce=\"n\"\r\n", "WWW-Authenticate: Digest realm=\"r\",nonce=\"n\"\r\n"},
+        {"WWW-Authenticate", "Digest\trealm=\"r\"\r\n", "WWW-Authenticate: Digest realm=\"r\"\r\n"},
+        {"WWW-Authenticate", std::string("Digest realm=\"r\"\0, nonce=\"n\"\r\n", 29),
+         "WWW-Authenticate: Digest realm=\"r\"\r\n"},
+        {"Proxy-Authenticate", "digest\r\n", "Proxy-Authenticate: Digest \r\n"},
+        {"Proxy-Authenticate", "Digest  realm=\"r\"\r\r\n", "Proxy-Authenticate: Digest realm=\"r\r\"\r\n"},
+        {"Authorization", "Digest username=\"u\",\trealm=r, response=\"x\"\n",
+         "Authorization: Digest username=\"u\",realm=\"r\",nonce=\"\",response=\"x\",uri=\"\"\r\n"},
+        {"Proxy-Authorization", "  DIGEST response=\"x\"",
+         "Proxy-Authorization: Digest username=\"\",realm=\"\",nonce=\"\",response=\"x\",uri=\"\"\r\n"},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.name + (": " + row.value));
+        for (int collected = 0; collected < 2; ++collected) {
+            KtHandle<KtSipHeader> h(KtSipHeader::sConstruct(row.name));
+            KtByteArrayInputStream whole = kttest::streamOf(row.value);
+            kttest::GrowingStream growing(row.value);
+            h->parseRest(collected ? static_cast<KtInputStream&>(growing) : whole);
+            EXPECT_EQ(written(*h), row.written);
+        }
+    }
+    for (const char* name : {"WWW-Authenticate", "Authorization"}) {
+        const std::string nulFirst("\0Digest realm=\"r\"\r\n", 19);
+        for (const std::string& value : std::vector<std::string>{"", "\r\n", nulFirst, "Basic\r\n"}) {
+            kttest::GrowingStream growing(value);
+            KtHandle<KtSipHeader> h(KtSipHeader::sConstruct(name));
+            EXPECT_EQ(thrown([&] { h->parseRest(growing); }),
+                      name[0] == 'W' ? "Challenge type not supported !" : "Credentials type not supported !");
+        }
+    }
+}
+
 }  // namespace
