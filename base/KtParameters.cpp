@@ -10,10 +10,7 @@ namespace {
 
 inline bool isBlank(int c) { return c == ' ' || c == '\t'; }
 
-Torvane::MemPool& paramPool() {
-    static Torvane::MemPool& pool = Torvane::MemPool::sGet("KtParameters");
-    return pool;
-}
+Torvane::KnownPool<Torvane::pooldetail::knownIndex("KtParameters")> paramPool() { return {}; }
 
 }  // namespace
 

@@ -8,9 +8,11 @@
 // largest class go straight to malloc (still counted).
 //
 // The fast path, inline in the header, is one thread-local load (initial-exec
-// model), a pop or push on the thread's list and three plain stores to the
+// model), a pop or push on the thread's list and two unlocked adds to the
 // thread's counters: no call, no lock, no atomic read-modify-write, no lookup by
-// name. This file holds the slow paths, the registry and the statistics.
+// name. The pools of the library's own tags have fixed indices (kKnownTags), so
+// for their classes the list and the counters sit at constant offsets of the
+// cache. This file holds the slow paths, the registry and the statistics.
 //
 // Counters live in the thread caches (written only by their owner, read by
 // anyone through relaxed atomics) and are folded into the pool when a thread
@@ -62,11 +64,18 @@ struct PoolShared {
 
 struct ThreadCache;
 
+// The pools by index. The known tags (kKnownTags) own the first kKnownPools indices, each
+// pool made on first use; other tags take the following ones in the order of their first
+// use. `count` is one past the highest index in use: the slots of known pools not made yet
+// are null below it. `order` lists the indices in the order the pools were made.
 struct PoolRegistry {
     std::mutex mutex;
     std::atomic<unsigned> count{0};
     PoolShared* shared[kMaxPools] = {};
     MemPool* pools[kMaxPools] = {};
+    unsigned order[kMaxPools] = {};
+    unsigned made = 0;                 // entries of `order` (mutex)
+    unsigned nextOther = kKnownPools;  // next index for a tag that is not known (mutex)
     ThreadCache* caches = nullptr;   // list of live thread caches, guarded by mutex
     ThreadCache* orphans = nullptr;  // caches of ended threads waiting for adoption (mutex)
     unsigned orphanCount = 0;
@@ -76,21 +85,39 @@ struct PoolRegistry {
         return *registry;
     }
 
-    MemPool& find(const char* tag) {
-        unsigned n = count.load(std::memory_order_acquire);
-        for (unsigned i = 0; i < n; ++i)
-            if (std::strcmp(shared[i]->tag, tag) == 0) return *pools[i];
-        std::lock_guard<std::mutex> lock(mutex);
-        n = count.load(std::memory_order_relaxed);
-        for (unsigned i = 0; i < n; ++i)
-            if (std::strcmp(shared[i]->tag, tag) == 0) return *pools[i];
-        if (n == kMaxPools) std::abort();  // a fixed, small set of tags is a design invariant
+    // Makes the pool `tag` at `index`; the mutex is held. The pool pointer is published last
+    // (release), for readers that look without the lock.
+    MemPool& makeLocked(unsigned index, const char* tag) {
         PoolShared* s = new PoolShared();
         std::strncpy(s->tag, tag, sizeof(s->tag) - 1);
-        shared[n] = s;
-        pools[n] = new MemPool(s->tag, n, s);
-        count.store(n + 1, std::memory_order_release);
-        return *pools[n];
+        shared[index] = s;
+        MemPool* pool = new MemPool(s->tag, index, s);
+        order[made++] = index;
+        if (index >= count.load(std::memory_order_relaxed)) count.store(index + 1, std::memory_order_release);
+        __atomic_store_n(&pools[index], pool, __ATOMIC_RELEASE);
+        return *pool;
+    }
+
+    // The pool of the known tag of index `index`.
+    MemPool& known(unsigned index) {
+        if (MemPool* pool = __atomic_load_n(&pools[index], __ATOMIC_ACQUIRE)) return *pool;
+        std::lock_guard<std::mutex> lock(mutex);
+        return pools[index] != nullptr ? *pools[index] : makeLocked(index, kKnownTags[index]);
+    }
+
+    MemPool& find(const char* tag) {
+        const unsigned index = knownIndex(tag);
+        if (index != kNotKnown) return known(index);
+        unsigned n = count.load(std::memory_order_acquire);
+        for (unsigned i = kKnownPools; i < n; ++i) {
+            MemPool* pool = __atomic_load_n(&pools[i], __ATOMIC_ACQUIRE);
+            if (pool != nullptr && std::strcmp(pool->tag(), tag) == 0) return *pool;
+        }
+        std::lock_guard<std::mutex> lock(mutex);
+        for (unsigned i = kKnownPools; i < nextOther; ++i)
+            if (std::strcmp(pools[i]->tag(), tag) == 0) return *pools[i];
+        if (nextOther == kMaxPools) std::abort();  // a fixed, small set of tags is a design invariant
+        return makeLocked(nextOther++, tag);
     }
 };
 
@@ -133,6 +160,7 @@ struct ThreadCache : ThreadCacheData {
         unsigned n = r.count.load(std::memory_order_relaxed);
         const bool orphan = r.orphanCount < kMaxOrphans;
         for (unsigned p = 0; p < n; ++p) {
+            if (r.shared[p] == nullptr) continue;  // a known pool not made yet
             PoolShared& s = *r.shared[p];
             CacheCounters& t = c->counters[p];
             s.retiredFrees.fetch_add(t.frees.exchange(0, std::memory_order_relaxed));
@@ -278,6 +306,8 @@ MemPool::MemPool(const char* tag, unsigned index, void* shared) : m_Tag(tag), m_
 
 MemPool& MemPool::sGet(const char* tag) { return PoolRegistry::get().find(tag ? tag : "(none)"); }
 
+MemPool& MemPool::sKnown(unsigned index) { return PoolRegistry::get().known(index); }
+
 #ifdef KTSIP_POOL_PASSTHROUGH
 
 // Every block comes from malloc so that AddressSanitizer sees each object; counters are kept.
@@ -348,28 +378,28 @@ void MemPool::deallocateSlow(void* block, std::size_t size, unsigned cls) noexce
 std::vector<PoolStats> MemPool::sStats() {
     PoolRegistry& r = PoolRegistry::get();
     std::lock_guard<std::mutex> lock(r.mutex);
-    unsigned n = r.count.load(std::memory_order_relaxed);
+    const unsigned n = r.made;
     std::vector<PoolStats> out(n);
     std::vector<unsigned long long> frees(n);
-    for (unsigned p = 0; p < n; ++p) {
-        PoolShared& s = *r.shared[p];
-        out[p].tag = s.tag;
+    for (unsigned i = 0; i < n; ++i) {
+        PoolShared& s = *r.shared[r.order[i]];
+        out[i].tag = s.tag;
         // Live objects are allocations minus frees. Read while other threads work, the counts
         // are approximate (each counter is read at its own moment); once they are quiet, exact.
-        frees[p] = s.retiredFrees.load();
-        out[p].liveBytes = s.retiredBytes.load();
-        out[p].allocations = s.retiredAllocations.load();
-        out[p].systemAllocations = s.systemAllocations.load();
+        frees[i] = s.retiredFrees.load();
+        out[i].liveBytes = s.retiredBytes.load();
+        out[i].allocations = s.retiredAllocations.load();
+        out[i].systemAllocations = s.systemAllocations.load();
     }
     for (ThreadCache* c = r.caches; c; c = c->next) {
-        for (unsigned p = 0; p < n; ++p) {
-            frees[p] += c->counters[p].frees.load(std::memory_order_relaxed);
-            out[p].liveBytes += c->counters[p].bytes.load(std::memory_order_relaxed);
-            out[p].allocations += c->counters[p].allocations.load(std::memory_order_relaxed);
+        for (unsigned i = 0; i < n; ++i) {
+            const CacheCounters& t = c->counters[r.order[i]];
+            frees[i] += t.frees.load(std::memory_order_relaxed);
+            out[i].liveBytes += t.bytes.load(std::memory_order_relaxed);
+            out[i].allocations += t.allocations.load(std::memory_order_relaxed);
         }
     }
-    for (unsigned p = 0; p < n; ++p)
-        out[p].liveObjects = static_cast<long long>(out[p].allocations - frees[p]);
+    for (unsigned i = 0; i < n; ++i) out[i].liveObjects = static_cast<long long>(out[i].allocations - frees[i]);
     return out;
 }
 

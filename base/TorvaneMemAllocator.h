@@ -65,10 +65,38 @@ inline unsigned classOf(std::size_t size) {
     return kDirect;
 }
 
-// Adds `d` to a counter only its owning thread writes: no locked instruction needed.
+// Adds `d` to a counter only its owning thread writes: no locked instruction needed. On
+// x86-64 one add to memory does it (an aligned 8-byte store, which readers on other cores
+// see whole); elsewhere, and under ThreadSanitizer (which must see the write), a relaxed
+// load and store.
 template <class A, class V>
 inline void ownerAdd(A& a, V d) {
+#if defined(__x86_64__) && !defined(__SANITIZE_THREAD__)
+    static_assert(sizeof(A) == 8, "counters are 8-byte words");
+    __asm__("addq %1, %0" : "+m"(a) : "er"(static_cast<long long>(d)));
+#else
     a.store(a.load(std::memory_order_relaxed) + d, std::memory_order_relaxed);
+#endif
+}
+
+// The pools of the library's own object families. Each has a fixed index, known when the
+// code is compiled, so that the inline allocation of their classes reaches the thread's
+// cache at constant offsets, without looking the pool up. Other tags get the indices after
+// these, in the order of their first use.
+constexpr const char* kKnownTags[] = {"KtString",   "KtSipHeader", "KtURI",    "KtParameters", "KtSipMessage",
+                                      "KtStream",   "KtByteArray", "KtSipAuth", "KtMutex",      "KtContainer"};
+constexpr unsigned kKnownPools = sizeof kKnownTags / sizeof kKnownTags[0];
+constexpr unsigned kNotKnown = ~0u;
+
+constexpr bool sameTag(const char* a, const char* b) {
+    while (*a != '\0' && *a == *b) ++a, ++b;
+    return *a == *b;
+}
+// The fixed index of `tag`, or kNotKnown.
+constexpr unsigned knownIndex(const char* tag) {
+    for (unsigned i = 0; i < kKnownPools; ++i)
+        if (sameTag(tag, kKnownTags[i])) return i;
+    return kNotKnown;
 }
 
 // A block of class `cls` from the thread's list, counted; null when the slow path must run.
@@ -153,6 +181,25 @@ public:
         if (!pushFast(m_Index, cls, p, size)) deallocateSlow(p, size, cls);
     }
 
+    /// The pool of the known tag of index `index` (below pooldetail::kKnownPools), made on
+    /// first use.
+    static MemPool& sKnown(unsigned index);
+    /// allocateSized on the known pool of index `index`: with a constant index, the fast path
+    /// is a few instructions at fixed offsets of the thread's cache.
+    static void* sAllocateSizedAt(unsigned index, std::size_t size) {
+        using namespace pooldetail;
+        const unsigned cls = classOf(size);
+        if (FreeBlock* b = popFast(index, cls, size)) return b;
+        return sKnown(index).allocateSlow(size, cls, false);
+    }
+    /// deallocateSized on the known pool of index `index`.
+    static void sDeallocateSizedAt(unsigned index, void* p, std::size_t size) noexcept {
+        using namespace pooldetail;
+        if (p == nullptr) return;
+        const unsigned cls = classOf(size);
+        if (!pushFast(index, cls, p, size)) sKnown(index).deallocateSlow(p, size, cls);
+    }
+
     /// The pool's name.
     const char* tag() const { return m_Tag; }
     /// Index of the pool in the process-wide table.
@@ -177,6 +224,17 @@ private:
     const char* m_Tag;
     unsigned m_Index;
     void* m_pShared;  // the pool's shared free lists and counters
+};
+
+/// The pool of a known tag, by its index (pooldetail::knownIndex): the sized calls of MemPool
+/// at constant offsets of the thread's cache, for code whose tag is fixed when it is compiled.
+template <unsigned Index>
+struct KnownPool {
+    static_assert(Index < pooldetail::kKnownPools, "KnownPool needs a known tag");
+    /// MemPool::allocateSized on this pool.
+    void* allocateSized(std::size_t size) const { return MemPool::sAllocateSizedAt(Index, size); }
+    /// MemPool::deallocateSized on this pool.
+    void deallocateSized(void* p, std::size_t size) const noexcept { MemPool::sDeallocateSizedAt(Index, p, size); }
 };
 
 /// Allocation by size; deallocation needs only the pointer and the tag.
@@ -222,22 +280,28 @@ private:
 
 }  // namespace Torvane
 
-/// Declares class-level operator new/delete that draw from the pool named TAG.
-/// The pool reference is looked up once per class. The delete is the sized one: the
-/// deleting destructor of the object's own class passes that class's size (the size its
-/// new was given), so blocks carry no size header and neither call works out the size
-/// class at run time where the size is a constant.
-#define TORVANE_POOLED_OBJECT(TAG)                                                  \
-public:                                                                             \
-    static void* operator new(std::size_t size) {                                  \
-        static Torvane::MemPool& pool = Torvane::MemPool::sGet(TAG);              \
-        return pool.allocateSized(size);                                            \
-    }                                                                               \
-    static void operator delete(void* p, std::size_t size) noexcept {              \
-        static Torvane::MemPool& pool = Torvane::MemPool::sGet(TAG);              \
-        pool.deallocateSized(p, size);                                              \
-    }                                                                               \
-    static void* operator new(std::size_t, void* where) noexcept { return where; } \
+/// Declares class-level operator new/delete that draw from the pool named TAG. A known
+/// tag's pool is reached by its fixed index; another is looked up once per class. The delete
+/// is the sized one: the deleting destructor of the object's own class passes that class's
+/// size (the size its new was given), so blocks carry no size header and neither call works
+/// out the size class at run time where the size is a constant.
+#define TORVANE_POOLED_OBJECT(TAG)                                                          \
+public:                                                                                     \
+    static void* operator new(std::size_t size) {                                          \
+        constexpr unsigned index = Torvane::pooldetail::knownIndex(TAG);                   \
+        if (index != Torvane::pooldetail::kNotKnown)                                       \
+            return Torvane::MemPool::sAllocateSizedAt(index, size);                         \
+        static Torvane::MemPool& pool = Torvane::MemPool::sGet(TAG);                      \
+        return pool.allocateSized(size);                                                    \
+    }                                                                                       \
+    static void operator delete(void* p, std::size_t size) noexcept {                      \
+        constexpr unsigned index = Torvane::pooldetail::knownIndex(TAG);                   \
+        if (index != Torvane::pooldetail::kNotKnown)                                       \
+            return Torvane::MemPool::sDeallocateSizedAt(index, p, size);                    \
+        static Torvane::MemPool& pool = Torvane::MemPool::sGet(TAG);                      \
+        pool.deallocateSized(p, size);                                                      \
+    }                                                                                       \
+    static void* operator new(std::size_t, void* where) noexcept { return where; }         \
     static void operator delete(void*, void*) noexcept {}
 
 #endif

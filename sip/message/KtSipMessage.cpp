@@ -34,14 +34,11 @@ TORVANE_FILE_LOGGER("calvoran.kt.KtSipMessage")
 
 namespace {
 
-const char kPoolTag[] = "KtSipMessage";
+constexpr char kPoolTag[] = "KtSipMessage";
 
 // The pool of message bodies and text buffers (the sized pool under the message tag),
-// looked up once instead of by name on every allocation.
-Torvane::MemPool& bodyPool() {
-    static Torvane::MemPool& pool = Torvane::MemPool::sGet(kPoolTag);
-    return pool;
-}
+// reached by its fixed index.
+Torvane::KnownPool<Torvane::pooldetail::knownIndex(kPoolTag)> bodyPool() { return {}; }
 
 /// Size of the buffer the first token of a message is read into.
 const unsigned FIRST_TOKEN_SIZE = 32;

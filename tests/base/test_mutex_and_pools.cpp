@@ -2,6 +2,8 @@
 #include <gtest/gtest.h>
 
 #include <sched.h>
+
+#include <algorithm>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -111,6 +113,49 @@ TEST(MemPool, PooledObjectsReturnTheBlockOfTheirOwnClass) {
     EXPECT_THROW(new PooledThrowing, std::runtime_error);
     const Torvane::PoolStats after = Torvane::MemPool::sStatsFor("PooledTest");
     EXPECT_EQ(std::make_pair(after.liveObjects, after.liveBytes), std::make_pair(before.liveObjects, before.liveBytes));
+}
+
+namespace {
+class PooledKnown {
+    TORVANE_POOLED_OBJECT("KtByteArray")
+public:
+    char bytes[48] = {};
+};
+}  // namespace
+
+// A known tag has one pool, whichever way it is reached (by name, by its fixed index, or by a
+// pooled class of that tag): blocks taken one way and given back another keep its counters
+// balanced. Other tags are numbered after the known ones; sStats lists every pool once, in
+// the order the pools were made.
+TEST(MemPool, KnownTagsHaveOnePoolWhicheverWayReached) {
+    using namespace Torvane::pooldetail;
+    constexpr unsigned index = knownIndex("KtByteArray");
+    static_assert(index != kNotKnown && knownIndex("NotAKnownTag") == kNotKnown, "tag table");
+    Torvane::MemPool& byName = Torvane::MemPool::sGet("KtByteArray");
+    EXPECT_EQ(byName.index(), index);
+    EXPECT_EQ(&Torvane::MemPool::sKnown(index), &byName);
+
+    const Torvane::PoolStats before = Torvane::MemPool::sStatsFor("KtByteArray");
+    void* viaIndex = Torvane::KnownPool<index>().allocateSized(40);
+    void* viaName = byName.allocateSized(40);
+    PooledKnown* object = new PooledKnown;
+    const Torvane::PoolStats during = Torvane::MemPool::sStatsFor("KtByteArray");
+    EXPECT_EQ(during.liveObjects - before.liveObjects, 3);
+    EXPECT_EQ(during.liveBytes - before.liveBytes, static_cast<long long>(80 + sizeof(PooledKnown)));
+    byName.deallocateSized(viaIndex, 40);
+    Torvane::MemPool::sDeallocateSizedAt(index, viaName, 40);
+    delete object;
+    const Torvane::PoolStats after = Torvane::MemPool::sStatsFor("KtByteArray");
+    EXPECT_EQ(std::make_pair(after.liveObjects, after.liveBytes), std::make_pair(before.liveObjects, before.liveBytes));
+
+    Torvane::MemPool& other = Torvane::MemPool::sGet("OrderTestPool");
+    EXPECT_GE(other.index(), kKnownPools);
+    EXPECT_EQ(&other, &Torvane::MemPool::sGet("OrderTestPool"));
+    std::vector<std::string> tags;
+    for (const Torvane::PoolStats& stats : Torvane::MemPool::sStats()) tags.push_back(stats.tag);
+    EXPECT_EQ(std::count(tags.begin(), tags.end(), "KtByteArray"), 1);
+    ASSERT_FALSE(tags.empty());
+    EXPECT_EQ(tags.back(), "OrderTestPool");  // the pool made last
 }
 
 TEST(MemPool, BlocksAreReusedOnceWarm) {
