@@ -148,14 +148,19 @@ TEST(MemPool, KnownTagsHaveOnePoolWhicheverWayReached) {
     const Torvane::PoolStats after = Torvane::MemPool::sStatsFor("KtByteArray");
     EXPECT_EQ(std::make_pair(after.liveObjects, after.liveBytes), std::make_pair(before.liveObjects, before.liveBytes));
 
+    auto tagsNow = [] {
+        std::vector<std::string> tags;
+        for (const Torvane::PoolStats& stats : Torvane::MemPool::sStats()) tags.push_back(stats.tag);
+        return tags;
+    };
+    std::vector<std::string> tags = tagsNow();
+    // The pool is new unless an earlier run of this test in the process made it.
+    if (std::find(tags.begin(), tags.end(), "OrderTestPool") == tags.end()) tags.push_back("OrderTestPool");
     Torvane::MemPool& other = Torvane::MemPool::sGet("OrderTestPool");
     EXPECT_GE(other.index(), kKnownPools);
     EXPECT_EQ(&other, &Torvane::MemPool::sGet("OrderTestPool"));
-    std::vector<std::string> tags;
-    for (const Torvane::PoolStats& stats : Torvane::MemPool::sStats()) tags.push_back(stats.tag);
+    EXPECT_EQ(tagsNow(), tags);
     EXPECT_EQ(std::count(tags.begin(), tags.end(), "KtByteArray"), 1);
-    ASSERT_FALSE(tags.empty());
-    EXPECT_EQ(tags.back(), "OrderTestPool");  // the pool made last
 }
 
 TEST(MemPool, BlocksAreReusedOnceWarm) {
