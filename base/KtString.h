@@ -67,6 +67,15 @@ inline bool ktEqualBytes(const char* a, const char* b, unsigned n) noexcept {
     return true;
 }
 
+#if defined(__SSE2__)
+/// The bits of the sixteen bytes at `p` that equal a byte of `va` or of `vb` (all lanes the
+/// same byte), as a 16-bit mask.
+inline unsigned ktEitherMask(const char* p, __m128i va, __m128i vb) noexcept {
+    const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+    return static_cast<unsigned>(_mm_movemask_epi8(_mm_or_si128(_mm_cmpeq_epi8(v, va), _mm_cmpeq_epi8(v, vb))));
+}
+#endif
+
 /// The first byte of [p, end) equal to `a` or `b`, or `end`. Inline, sixteen bytes a step
 /// where SSE2 is there: header lines and values are short, and a call of memchr per line
 /// costs more than the scan.
@@ -74,15 +83,24 @@ inline const char* ktFindEither(const char* p, const char* end, char a, char b) 
 #if defined(__SSE2__)
     const __m128i va = _mm_set1_epi8(a);
     const __m128i vb = _mm_set1_epi8(b);
-    while (end - p >= 16) {
-        const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
-        const int mask = _mm_movemask_epi8(_mm_or_si128(_mm_cmpeq_epi8(v, va), _mm_cmpeq_epi8(v, vb)));
-        if (mask != 0) return p + __builtin_ctz(static_cast<unsigned>(mask));
-        p += 16;
-    }
+    for (; end - p >= 16; p += 16)
+        if (const unsigned mask = ktEitherMask(p, va, vb)) return p + __builtin_ctz(mask);
 #endif
     while (p < end && *p != a && *p != b) ++p;
     return p;
+}
+
+/// As ktFindEither, thirty-two bytes a step while that many are left: for scans that usually
+/// run well past sixteen bytes (a header line's end), where it takes fewer instructions.
+inline const char* ktFindEitherLong(const char* p, const char* end, char a, char b) noexcept {
+#if defined(__SSE2__)
+    const __m128i va = _mm_set1_epi8(a);
+    const __m128i vb = _mm_set1_epi8(b);
+    for (; end - p >= 32; p += 32)
+        if (const unsigned mask = ktEitherMask(p, va, vb) | ktEitherMask(p + 16, va, vb) << 16)
+            return p + __builtin_ctz(mask);
+#endif
+    return ktFindEither(p, end, a, b);
 }
 
 /// The first byte of [p, end) equal to `c`, or `end` (ktFindEither with one byte).

@@ -146,7 +146,7 @@ inline int plainLineLength(const KtInputStream& in, unsigned textMax) {
     const char* end = in.end();
     if (p >= end) return -1;
     const char* limit = static_cast<unsigned>(end - p) > textMax + 1 ? p + textMax + 1 : end;
-    const char* cr = ktFindEither(p, limit, '\r', '\n');
+    const char* cr = ktFindEitherLong(p, limit, '\r', '\n');
     if (cr == limit || *cr != '\r' || cr + 2 >= end || cr[1] != '\n' || cr[2] == ' ' || cr[2] == '\t') return -1;
     return static_cast<int>(cr - p);
 }

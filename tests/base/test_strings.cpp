@@ -116,22 +116,26 @@ TEST(KtBytes, CopyAndCompareEveryLengthAndPosition) {
     }
 }
 
-// The finders see every position of ranges across the sixteen-byte steps and their tails,
-// never a byte past the end (the byte after the range is a match that must stay unseen).
+// The finders see every position of ranges across the sixteen- and thirty-two-byte steps and
+// their tails, never a byte past the end (the byte after the range is a match that must stay
+// unseen).
 TEST(KtBytes, FindFirstOfOneOrTwoBytesAtEveryPosition) {
-    for (unsigned n = 0; n <= 40; ++n) {
-        char text[48];
+    for (unsigned n = 0; n <= 72; ++n) {
+        char text[80];
         std::memset(text, 'x', sizeof text);
         text[n] = '\r';
         EXPECT_EQ(ktFindEither(text, text + n, '\r', '\n'), text + n) << n;
+        EXPECT_EQ(ktFindEitherLong(text, text + n, '\r', '\n'), text + n) << n;
         EXPECT_EQ(ktFindByte(text, text + n, '\r'), text + n) << n;
         for (unsigned i = 0; i < n; ++i) {
             for (unsigned j = i; j < n; ++j) {
-                char t[48];
+                char t[80];
                 std::memcpy(t, text, sizeof t);
                 t[i] = '\n';
                 t[j] = j == i ? '\n' : '\r';
                 EXPECT_EQ(ktFindEither(t, t + n, '\r', '\n'), t + i) << n << " " << i << " " << j;
+                EXPECT_EQ(ktFindEitherLong(t, t + n, '\n', '\r'), t + i) << n << " " << i << " " << j;
+                EXPECT_EQ(ktFindEitherLong(t + i + 1, t + n, '\r', '\n'), j == i ? t + n : t + j) << n << " " << i;
                 EXPECT_EQ(ktFindByte(t, t + n, '\r'), j == i ? t + n : t + j) << n << " " << i << " " << j;
             }
         }
