@@ -5,10 +5,7 @@
 #include <ostream>
 
 namespace {
-Torvane::MemPool& bytePool() {
-    static Torvane::MemPool& pool = Torvane::MemPool::sGet("KtByteArray");
-    return pool;
-}
+Torvane::KnownPool<Torvane::pooldetail::knownIndex("KtByteArray")> bytePool() { return {}; }
 }  // namespace
 
 KtHandle<KtByteArray> KtByteArray::sCreate(const char* text) {

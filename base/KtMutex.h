@@ -38,10 +38,7 @@ public:
 
 private:
     [[noreturn]] static void sThrowLockFailed(int rc);
-    static Torvane::MemPool& pool() {
-        static Torvane::MemPool& p = Torvane::MemPool::sGet("KtMutex");
-        return p;
-    }
+    static Torvane::KnownPool<Torvane::pooldetail::knownIndex("KtMutex")> pool() { return {}; }
     pthread_mutex_t m_Mutex;
 };
 

@@ -4,10 +4,7 @@
 #include <cstdio>
 
 namespace {
-Torvane::MemPool& streamPool() {
-    static Torvane::MemPool& pool = Torvane::MemPool::sGet("KtStream");
-    return pool;
-}
+Torvane::KnownPool<Torvane::pooldetail::knownIndex("KtStream")> streamPool() { return {}; }
 
 // "00" to "99": two digits per division.
 const char kDigitPairs[] =
