@@ -3,6 +3,7 @@
 
 #include <strings.h>
 
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <map>
@@ -201,7 +202,8 @@ bool KtSipMessage::sIsRegistered(const char* method) {
 // ---- life cycle --------------------------------------------------------------------------
 
 KtSipMessage::KtSipMessage()
-    : m_pBody(nullptr),
+    : m_Headers(),
+      m_pBody(nullptr),
       m_BodySize(0),
       m_BodyCapacity(0),
       m_MajorVersion(2),
@@ -213,6 +215,7 @@ KtSipMessage::KtSipMessage()
 
 KtSipMessage::KtSipMessage(const KtSipMessage& other)
     : KtObject(),
+      m_Headers(),
       m_pBody(nullptr),
       m_BodySize(0),
       m_BodyCapacity(0),
@@ -257,13 +260,28 @@ KtSipMessage::KtSipMessage(const KtSipMessage& other)
         }
     } catch (...) {
         freeBody();
+        releaseSlots();
         throw;
     }
 }
 
 KtSipMessage::~KtSipMessage() {
     freeBody();
-    // The slot handles release the chains; the header base unlinks them iteratively.
+    releaseSlots();
+}
+
+void KtSipMessage::releaseSlots() noexcept {
+    // Releasing a slot releases its chain; the header base unlinks a chain iteratively.
+    static_assert(HeaderSlotCount % 4 == 0, "slots are looked at four at a time");
+    for (unsigned i = HeaderSlotCount; i > 0; i -= 4) {
+        KtHandle<KtSipHeader>* const group = m_Headers + i - 4;
+        const std::uintptr_t any = reinterpret_cast<std::uintptr_t>(group[0].get()) |
+                                   reinterpret_cast<std::uintptr_t>(group[1].get()) |
+                                   reinterpret_cast<std::uintptr_t>(group[2].get()) |
+                                   reinterpret_cast<std::uintptr_t>(group[3].get());
+        if (any == 0) continue;  // the destructors of nil handles do nothing
+        for (unsigned j = 4; j > 0; --j) group[j - 1].~KtHandle<KtSipHeader>();
+    }
 }
 
 void KtSipMessage::freeBody() noexcept {

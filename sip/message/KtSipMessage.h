@@ -276,10 +276,17 @@ protected:
     void replaceBody(const void* body, unsigned length);
     /// Frees the body.
     void freeBody() noexcept;
+    /// Destroys the header slots (see m_Headers).
+    void releaseSlots() noexcept;
 
     KtLazyMutex m_Mutex;  ///< made on first locked use: a parsed message often needs none
     KtSipHeaderOrder m_HeaderOrder;
-    KtHandle<KtSipHeader> m_Headers[HeaderSlotCount];
+    // The header slots, in a union so that the destructor (releaseSlots), not an element-by-
+    // element loop of the compiler's, lets them go: most of them are empty, and it skips
+    // those four at a time. Every constructor makes them (all nil).
+    union {
+        KtHandle<KtSipHeader> m_Headers[HeaderSlotCount];
+    };
     unsigned char* m_pBody;
     unsigned m_BodySize;      ///< valid body bytes
     unsigned m_BodyCapacity;  ///< bytes allocated for the body (for the sized pool)
