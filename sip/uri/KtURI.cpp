@@ -25,6 +25,9 @@ const KtDelimiterSet& separators() {
 // Frees the scheme registry at process exit.
 void deleteConstructorMap(void* map);
 
+// The bytes the scheme peek passes over: blanks and "<".
+inline bool isSkipped(char c) { return c == ' ' || c == '\t' || c == '<'; }
+
 inline int lowerAscii(int c) { return (c >= 'A' && c <= 'Z') ? c + ('a' - 'A') : c; }
 
 // The three collected characters (ASCII letters lowered) packed for one comparison with a
@@ -124,8 +127,15 @@ KtHandle<KtURI> KtURI::sConstructFrom(KtInputStream& in, bool inBracket) {
     // Usually the three letters lie in the stream's window: they are read there (the mark is
     // set all the same, as the general reading below leaves it).
     in.mark(8);
-    for (const char *p = in.current(), *end = in.end(); n < 3 && p < end; ++p)
-        if (*p != ' ' && *p != '\t' && *p != '<') c[n++] = static_cast<unsigned char>(*p);
+    const char* p = in.current();
+    const char* const end = in.end();
+    if (p < end && *p == '<') ++p;  // the usual "<sip:": three letters right after the bracket
+    if (end - p >= 3 && !isSkipped(p[0]) && !isSkipped(p[1]) && !isSkipped(p[2])) {
+        for (; n < 3; ++n) c[n] = static_cast<unsigned char>(p[n]);
+    } else {
+        for (p = in.current(); n < 3 && p < end; ++p)
+            if (!isSkipped(*p)) c[n++] = static_cast<unsigned char>(*p);
+    }
     if (n < 3) {
         n = 0;
         while (n < 3) {
