@@ -64,8 +64,9 @@ void KtSipNameAddrParamsHeader::checkAddress(const char* message, bool fresh) {
 
     // Only a sip: URL is checked further (a cast, not getURL, which reports other schemes
     // as an assertion failure).
-    KtHandle<KtSipURL> url = uri.dynamicCast<KtSipURL>();
-    if (url.isNil()) return;
+    // The name-address holds the URL for as long as this runs: no reference of its own.
+    KtSipURL* const url = ktCast<KtSipURL>(uri.get());
+    if (url == nullptr) return;
     // The URL headers are dropped only when the URL has parameters: one without keeps them.
     // Its lists are made on first use, so neither is touched unless it holds something.
     if (!url->hasParameters()) return;
