@@ -380,6 +380,8 @@ public:
     KtConstString() noexcept {}
     KtConstString(const char* text) : m_String(text ? KtString(text) : KtString()) {}
     KtConstString(const KtString& s) noexcept : m_String(s) {}
+    /// Takes over `s` (no reference counted).
+    KtConstString(KtString&& s) noexcept : m_String(std::move(s)) {}
 
     /// Replaces the value with `text` (null gives the empty value).
     void assign(const char* text) { m_String = text && *text ? KtString(text) : KtString(); }

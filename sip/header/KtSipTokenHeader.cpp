@@ -44,12 +44,12 @@ const KtStringTable& KtSipTokenHeader::sCommonWords() { return commonWords(); }
 void KtSipTokenHeader::doParse(KtInputStream& in) {
     const KtSipTokenSyntax& syntax = getSyntax();
     TORVANE_TRACE_SCOPE(syntax.logger, syntax.parseScope);
-    const KtString value = commonWords().parse(in, syntax.stops, syntax.trim);
+    KtString value = commonWords().parse(in, syntax.stops, syntax.trim);
     if (value.empty()) {
         if (syntax.emptyError) KtSipParseError::sThrow(syntax.emptyError);
         m_Value = KtConstString();
     } else {
-        m_Value = KtConstString(value);
+        m_Value = KtConstString(std::move(value));
     }
     m_Parameters.clear();
     if (syntax.parameters) {

@@ -26,8 +26,8 @@ KtSipUserAgentHeader::KtSipUserAgentHeader(const char* product, const char* vers
 
 void KtSipUserAgentHeader::doParse(KtInputStream& in) {
     TORVANE_TRACE_SCOPE(fileLogger(), "KtSipUserAgentHeader::doParse");
-    const KtString product = KtStringTable::sParseWord(in, productStops(), true);
-    m_Product = product.empty() ? KtString() : product;
+    KtString product = KtStringTable::sParseWord(in, productStops(), true);
+    m_Product = product.empty() ? KtString() : std::move(product);
     m_Version.clear();
     m_Comment.clear();
     int c = in.peek();
@@ -35,8 +35,8 @@ void KtSipUserAgentHeader::doParse(KtInputStream& in) {
         // The version runs to the next comma or the line end, further products and comments
         // included ("3.6.1 (belle-sip/1.2.4)"), so nothing of them is lost.
         in.read();
-        const KtString version = KtStringTable::sParseWord(in, versionStops(), true);
-        if (!version.empty()) m_Version = version;
+        KtString version = KtStringTable::sParseWord(in, versionStops(), true);
+        if (!version.empty()) m_Version = std::move(version);
     } else if (c == '(') {
         // A comment right after the product; text after its ")" is left to the line reader.
         in.read();

@@ -45,9 +45,10 @@ protected:
     KtSipMethodMessage(const KtSipMethodMessage& other) = default;
 };
 
-/// Defines CLASS::sMethodName as NAME and registers the class with the message factory.
+/// Defines CLASS::sMethodName as NAME (an immortal constant: the requests of the class share
+/// it without counting references) and registers the class with the message factory.
 #define KT_SIP_METHOD_REGISTER(CLASS, NAME)                                                          \
-    const KtString CLASS::sMethodName(NAME);                                                         \
+    const KtString CLASS::sMethodName(KtString::sStatic(NAME));                                      \
     namespace {                                                                                      \
     const bool ktRegistered##CLASS =                                                                 \
         (KtSipMessage::sAddConstructor(CLASS::sMethodName.c_str(), &KtSipMsgConstructor<CLASS>::Constructor), \
