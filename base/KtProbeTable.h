@@ -45,6 +45,15 @@ public:
     V find(const char* name, unsigned length) const noexcept {
         return findIf(name, length, [name, length](const char* n) { return ktEqualBytes(n, name, length); });
     }
+    /// As find; `entryName` is set to the entry's own name pointer (as added), or null.
+    V find(const char* name, unsigned length, const char*& entryName) const noexcept {
+        entryName = nullptr;
+        return findIf(name, length, [name, length, &entryName](const char* n) {
+            if (!ktEqualBytes(n, name, length)) return false;
+            entryName = n;
+            return true;
+        });
+    }
 
     /// The value of the first entry of `length` bytes on the probe chain of `name` whose name
     /// `same(entryName)` accepts, or V{}. For a predicate that ignores ASCII case.

@@ -44,7 +44,12 @@ struct Registry {
     KtProbeTable<Constructor> table{kCapacity};
 
     __attribute__((always_inline)) Constructor find(const char* name, unsigned length) const {
-        Constructor c = table.find(name, length);
+        const char* exact;
+        return find(name, length, exact);
+    }
+    // As above; `exact` is the registered name when the spelling matched it exactly, else null.
+    __attribute__((always_inline)) Constructor find(const char* name, unsigned length, const char*& exact) const {
+        Constructor c = table.find(name, length, exact);
         return c != nullptr ? c : probeIgnoringCase(name, length);
     }
 
@@ -104,8 +109,11 @@ namespace {
 // The header object for the `length` bytes at `token` (no NUL among them): the registered
 // class, or an unknown header keeping the name. `registered` tells which.
 // Inlined: the usual line's reading (sConstructFrom) runs it once per line.
-__attribute__((always_inline)) inline KtSipHeader* construct(const char* token, unsigned length, bool& registered) {
-    Constructor constructor = gRegistry != nullptr ? gRegistry->find(token, length) : nullptr;
+// `exact` is the registered name when `token` spelled it exactly, else null.
+__attribute__((always_inline)) inline KtSipHeader* construct(const char* token, unsigned length, bool& registered,
+                                                             const char*& exact) {
+    exact = nullptr;
+    Constructor constructor = gRegistry != nullptr ? gRegistry->find(token, length, exact) : nullptr;
     registered = constructor != nullptr;
     if (registered) return constructor();
     char name[KtSipHeader::NAME_BUFFER_SIZE];
@@ -118,7 +126,8 @@ __attribute__((always_inline)) inline KtSipHeader* construct(const char* token, 
 KtSipHeader* construct(const char* token, bool& registered) {
     if (token == nullptr) token = "";
     const unsigned length = static_cast<unsigned>(std::strlen(token));
-    if (length < KtSipHeader::NAME_BUFFER_SIZE) return construct(token, length, registered);
+    const char* exact;
+    if (length < KtSipHeader::NAME_BUFFER_SIZE) return construct(token, length, registered, exact);
     Constructor constructor = gRegistry != nullptr ? gRegistry->find(token, length) : nullptr;
     registered = constructor != nullptr;
     return registered ? constructor() : new KtSipUnknownHeader(token);
@@ -185,12 +194,15 @@ KtHandle<KtSipHeader> KtSipHeader::sConstructFrom(KtInputStream& in) {
     PlainLine plain;
     if (findPlainLine(in, LINE_BUFFER_SIZE - 2, plain)) {
         bool registered;
-        KtHandle<KtSipHeader> header(construct(plain.text, plain.nameLength, registered));
+        const char* exact;
+        KtHandle<KtSipHeader> header(construct(plain.text, plain.nameLength, registered, exact));
         in.setCurrent(plain.text + plain.length + 2);
         TORVANE_TRACE_SCOPE(fileLogger(), "KtSipHeader::parse");
         // The name starts with no blank and holds no CR: the trimmed name of the line is the
-        // peeked one, so an unknown name cannot turn out registered here.
-        header->parseNamedLine(plain.text, plain.length, plain.text, plain.nameLength, plain.colon);
+        // peeked one, so an unknown name cannot turn out registered here. A class registers its
+        // own token's text: when the line spelled that very name, the token already holds it.
+        const bool tokenIsName = exact != nullptr && exact == header->m_Token.c_str();
+        header->parseNamedLine(plain.text, plain.length, plain.text, plain.nameLength, plain.colon, tokenIsName);
         return header;
     }
     static const KtDelimiterSet nameEnd(":\r\n");
@@ -280,7 +292,7 @@ void KtSipHeader::parseLine(const char* line, unsigned n, const char* colon) {
     const char* nb = line;
     const char* ne = colon;
     ktTrimRange(nb, ne);
-    parseNamedLine(line, n, nb, static_cast<unsigned>(ne - nb), colon);
+    parseNamedLine(line, n, nb, static_cast<unsigned>(ne - nb), colon, false);
 }
 
 // parseRest, inlined into the reading of a line. `wholeLine` tells that the stream's window
@@ -335,8 +347,9 @@ __attribute__((always_inline)) inline void KtSipHeader::readValues(KtInputStream
 
 // Inlined into both callers: the usual line's reading (sConstructFrom) runs it once per line.
 __attribute__((always_inline)) inline void KtSipHeader::parseNamedLine(const char* line, unsigned n, const char* name,
-                                                                       unsigned nameLength, const char* colon) {
-    if (m_Token.length() != nameLength || !ktEqualBytes(m_Token.c_str(), name, nameLength))
+                                                                       unsigned nameLength, const char* colon,
+                                                                       bool tokenIsName) {
+    if (!tokenIsName && (m_Token.length() != nameLength || !ktEqualBytes(m_Token.c_str(), name, nameLength)))
         m_Token = KtString(name, nameLength);
 
     // The value runs to the end of the line, its CR LF included.

@@ -171,8 +171,9 @@ private:
     // `colon`, when known, is the line's first colon.
     void parseLine(const char* line, unsigned n, const char* colon = nullptr);
     // parseLine once the name is known: the `nameLength` bytes at `name` (trimmed) and the
-    // line's first colon.
-    void parseNamedLine(const char* line, unsigned n, const char* name, unsigned nameLength, const char* colon);
+    // line's first colon. `tokenIsName` tells that the token already holds exactly that name.
+    void parseNamedLine(const char* line, unsigned n, const char* name, unsigned nameLength, const char* colon,
+                        bool tokenIsName);
     // The body of parseRest; `wholeLine` when the stream's window is all of its input.
     void readValues(KtInputStream& in, bool wholeLine);
 };

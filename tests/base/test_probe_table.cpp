@@ -39,6 +39,10 @@ TEST(KtProbeTable, FindsExactAndIgnoringCase) {
     for (const Row& r : rows) {
         EXPECT_EQ(t.find(r.name, len(r.name)), r.exact) << r.name;
         EXPECT_EQ(findNoCase(t, r.name), r.noCase) << r.name;
+        // The entry's own name pointer comes with an exact match, and only then.
+        const char* entryName = "unset";
+        EXPECT_EQ(t.find(r.name, len(r.name), entryName), r.exact) << r.name;
+        EXPECT_EQ(entryName, r.exact ? names[r.exact - values] : nullptr) << r.name;
     }
     // A name is compared by its length, not up to a NUL: a longer text with the name as prefix
     // is found only when the length given is the name's.
