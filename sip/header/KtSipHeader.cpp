@@ -107,15 +107,14 @@ std::vector<const char*> KtSipHeader::sRegisteredNames() {
 namespace {
 
 // The header object for the `length` bytes at `token` (no NUL among them): the registered
-// class, or an unknown header keeping the name. `registered` tells which.
+// class, or an unknown header keeping the name. `constructor` is the registered constructor
+// (null for an unknown name), `exact` the registered name when `token` spelled it exactly.
 // Inlined: the usual line's reading (sConstructFrom) runs it once per line.
-// `exact` is the registered name when `token` spelled it exactly, else null.
-__attribute__((always_inline)) inline KtSipHeader* construct(const char* token, unsigned length, bool& registered,
-                                                             const char*& exact) {
+__attribute__((always_inline)) inline KtSipHeader* construct(const char* token, unsigned length,
+                                                             Constructor& constructor, const char*& exact) {
     exact = nullptr;
-    Constructor constructor = gRegistry != nullptr ? gRegistry->find(token, length, exact) : nullptr;
-    registered = constructor != nullptr;
-    if (registered) return constructor();
+    constructor = gRegistry != nullptr ? gRegistry->find(token, length, exact) : nullptr;
+    if (constructor != nullptr) return constructor();
     char name[KtSipHeader::NAME_BUFFER_SIZE];
     if (length >= sizeof name) length = sizeof name - 1;  // callers pass peeked names, shorter
     std::memcpy(name, token, length);
@@ -126,8 +125,13 @@ __attribute__((always_inline)) inline KtSipHeader* construct(const char* token, 
 KtSipHeader* construct(const char* token, bool& registered) {
     if (token == nullptr) token = "";
     const unsigned length = static_cast<unsigned>(std::strlen(token));
-    const char* exact;
-    if (length < KtSipHeader::NAME_BUFFER_SIZE) return construct(token, length, registered, exact);
+    if (length < KtSipHeader::NAME_BUFFER_SIZE) {
+        const char* exact;
+        Constructor constructor;
+        KtSipHeader* header = construct(token, length, constructor, exact);
+        registered = constructor != nullptr;
+        return header;
+    }
     Constructor constructor = gRegistry != nullptr ? gRegistry->find(token, length) : nullptr;
     registered = constructor != nullptr;
     return registered ? constructor() : new KtSipUnknownHeader(token);
@@ -193,16 +197,18 @@ KtHandle<KtSipHeader> KtSipHeader::sConstructFrom(KtInputStream& in) {
     // without a colon does not borrow the name of the next line.
     PlainLine plain;
     if (findPlainLine(in, LINE_BUFFER_SIZE - 2, plain)) {
-        bool registered;
+        Constructor constructor;
         const char* exact;
-        KtHandle<KtSipHeader> header(construct(plain.text, plain.nameLength, registered, exact));
+        KtHandle<KtSipHeader> header(construct(plain.text, plain.nameLength, constructor, exact));
         in.setCurrent(plain.text + plain.length + 2);
         TORVANE_TRACE_SCOPE(fileLogger(), "KtSipHeader::parse");
         // The name starts with no blank and holds no CR: the trimmed name of the line is the
         // peeked one, so an unknown name cannot turn out registered here. A class registers its
-        // own token's text: when the line spelled that very name, the token already holds it.
+        // own token's text: when the line spelled that very name, the token already holds it,
+        // and the constructor found is the one registered for the class's (expanded) token.
         const bool tokenIsName = exact != nullptr && exact == header->m_Token.c_str();
-        header->parseNamedLine(plain.text, plain.length, plain.text, plain.nameLength, plain.colon, tokenIsName);
+        header->parseNamedLine(plain.text, plain.length, plain.text, plain.nameLength, plain.colon,
+                               tokenIsName ? constructor : nullptr);
         return header;
     }
     static const KtDelimiterSet nameEnd(":\r\n");
@@ -292,21 +298,22 @@ void KtSipHeader::parseLine(const char* line, unsigned n, const char* colon) {
     const char* nb = line;
     const char* ne = colon;
     ktTrimRange(nb, ne);
-    parseNamedLine(line, n, nb, static_cast<unsigned>(ne - nb), colon, false);
+    parseNamedLine(line, n, nb, static_cast<unsigned>(ne - nb), colon, nullptr);
 }
 
 // parseRest, inlined into the reading of a line. `wholeLine` tells that the stream's window
 // holds all there is (the line read in place), so that no refill is asked for at its end.
-__attribute__((always_inline)) inline void KtSipHeader::readValues(KtInputStream& in, bool wholeLine) {
+__attribute__((always_inline)) inline void KtSipHeader::readValues(KtInputStream& in, bool wholeLine,
+                                                                  KtSipHeader* (*elementConstructor)()) {
     TORVANE_TRACE_SCOPE(fileLogger(), "KtSipHeader::parseRest");
     // Each comma-separated element becomes a new header of the same class appended to the
     // chain; the loop keeps the chain's tail, so no recursion and no walk per element.
     KtSipHeader* tail = this;
     while (!tail->m_Next.isNil()) tail = tail->m_Next.get();
     KtSipHeader* current = this;
-    // The class of the elements after the first, looked up at the first comma only.
-    Constructor constructor = nullptr;
-    bool lookedUp = false;
+    // The class of the elements after the first: given, or looked up at the first comma only.
+    Constructor constructor = elementConstructor;
+    bool lookedUp = constructor != nullptr;
     for (;;) {
         current->doParse(in);
         // Text that doParse left before the next comma is skipped.
@@ -348,17 +355,18 @@ __attribute__((always_inline)) inline void KtSipHeader::readValues(KtInputStream
 // Inlined into both callers: the usual line's reading (sConstructFrom) runs it once per line.
 __attribute__((always_inline)) inline void KtSipHeader::parseNamedLine(const char* line, unsigned n, const char* name,
                                                                        unsigned nameLength, const char* colon,
-                                                                       bool tokenIsName) {
-    if (!tokenIsName && (m_Token.length() != nameLength || !ktEqualBytes(m_Token.c_str(), name, nameLength)))
+                                                                       KtSipHeader* (*ownConstructor)()) {
+    if (ownConstructor == nullptr &&
+        (m_Token.length() != nameLength || !ktEqualBytes(m_Token.c_str(), name, nameLength)))
         m_Token = KtString(name, nameLength);
 
     // The value runs to the end of the line, its CR LF included.
     const unsigned valueStart = static_cast<unsigned>(colon - line) + 1;
     KtByteArrayInputStream value(line + valueStart, n + 2 - valueStart);
-    readValues(value, true);
+    readValues(value, true, ownConstructor);
 }
 
-void KtSipHeader::parseRest(KtInputStream& in) { readValues(in, false); }
+void KtSipHeader::parseRest(KtInputStream& in) { readValues(in, false, nullptr); }
 
 void KtSipHeader::serialize(KtOutputStream& out) const {
     TORVANE_TRACE_SCOPE(fileLogger(), "KtSipHeader::serialize");

@@ -171,11 +171,13 @@ private:
     // `colon`, when known, is the line's first colon.
     void parseLine(const char* line, unsigned n, const char* colon = nullptr);
     // parseLine once the name is known: the `nameLength` bytes at `name` (trimmed) and the
-    // line's first colon. `tokenIsName` tells that the token already holds exactly that name.
+    // line's first colon. `ownConstructor`, when not null, tells that the token already holds
+    // exactly that name and is the constructor registered for it.
     void parseNamedLine(const char* line, unsigned n, const char* name, unsigned nameLength, const char* colon,
-                        bool tokenIsName);
-    // The body of parseRest; `wholeLine` when the stream's window is all of its input.
-    void readValues(KtInputStream& in, bool wholeLine);
+                        KtSipHeader* (*ownConstructor)());
+    // The body of parseRest; `wholeLine` when the stream's window is all of its input;
+    // `elementConstructor`, when not null, the constructor registered for the expanded token.
+    void readValues(KtInputStream& in, bool wholeLine, KtSipHeader* (*elementConstructor)());
 };
 
 /// The factory registered for a header class.
