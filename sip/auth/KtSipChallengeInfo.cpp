@@ -20,14 +20,15 @@ KtHandle<KtSipChallengeInfo> KtSipChallengeInfo::constructFrom(const char* type,
     return constructFrom(type, typeLength, reinterpret_cast<const char*>(text->getData()), text->getLength());
 }
 
-KtHandle<KtSipChallengeInfo> KtSipChallengeInfo::constructFrom(const char* type, unsigned typeLength, const char* text,
-                                                                     unsigned length) {
+KtHandle<KtSipChallengeInfo> KtSipChallengeInfo::constructFrom(const char* type, unsigned typeLength,
+                                                               const char* text, unsigned length) {
     TORVANE_TRACE_SCOPE(fileLogger(), "KtSipChallengeInfo::constructFrom");
     const KtString& digest = KtSipDigestChallengeInfo::TYPE;
     if (type && typeLength == digest.length() && strncasecmp(type, digest.c_str(), typeLength) == 0) {
         return KtSipDigestChallengeInfo::sCreateFrom(text, length);
     }
-    TORVANE_DEBUG(fileLogger(), "challenge scheme \"" << KtString(type ? type : "", type ? typeLength : 0) << "\" refused");
+    TORVANE_DEBUG(fileLogger(),
+                  "challenge scheme \"" << KtString(type ? type : "", type ? typeLength : 0) << "\" refused");
     KtException::sThrow("Challenge type not supported !");
 }
 

@@ -32,7 +32,7 @@ public:
     /// As above for the scheme word of `typeLength` bytes at `type` and the parameter list of
     /// `length` bytes at `text`, read where it stands (a null `text` is no list at all).
     static KtHandle<KtSipChallengeInfo> constructFrom(const char* type, unsigned typeLength, const char* text,
-                                                     unsigned length);
+                                                      unsigned length);
     /// Builds a challenge from a whole header value "scheme SP pair-list" (what follows the
     /// colon of a WWW-Authenticate or Proxy-Authenticate line). Same errors as constructFrom.
     static KtHandle<KtSipChallengeInfo> sConstructFromValue(const char* value);

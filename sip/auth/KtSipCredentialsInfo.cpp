@@ -20,14 +20,15 @@ KtHandle<KtSipCredentialsInfo> KtSipCredentialsInfo::constructFrom(const char* t
     return constructFrom(type, typeLength, reinterpret_cast<const char*>(text->getData()), text->getLength());
 }
 
-KtHandle<KtSipCredentialsInfo> KtSipCredentialsInfo::constructFrom(const char* type, unsigned typeLength, const char* text,
-                                                                     unsigned length) {
+KtHandle<KtSipCredentialsInfo> KtSipCredentialsInfo::constructFrom(const char* type, unsigned typeLength,
+                                                                   const char* text, unsigned length) {
     TORVANE_TRACE_SCOPE(fileLogger(), "KtSipCredentialsInfo::constructFrom");
     const KtString& digest = KtSipDigestCredentialsInfo::sm_Type;
     if (type && typeLength == digest.length() && strncasecmp(type, digest.c_str(), typeLength) == 0) {
         return KtSipDigestCredentialsInfo::sCreateFrom(text, length);
     }
-    TORVANE_DEBUG(fileLogger(), "credentials scheme \"" << KtString(type ? type : "", type ? typeLength : 0) << "\" refused");
+    TORVANE_DEBUG(fileLogger(),
+                  "credentials scheme \"" << KtString(type ? type : "", type ? typeLength : 0) << "\" refused");
     KtException::sThrow("Credentials type not supported !");
 }
 

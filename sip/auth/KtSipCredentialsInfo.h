@@ -43,7 +43,7 @@ public:
     /// As above for the scheme word of `typeLength` bytes at `type` and the parameter list of
     /// `length` bytes at `text`, read where it stands (a null `text` is no list at all).
     static KtHandle<KtSipCredentialsInfo> constructFrom(const char* type, unsigned typeLength, const char* text,
-                                                     unsigned length);
+                                                        unsigned length);
     /// Builds credentials from a whole header value "scheme SP pair-list" (what follows the
     /// colon of an Authorization or Proxy-Authorization line). Same errors as constructFrom.
     static KtHandle<KtSipCredentialsInfo> sConstructFromValue(const char* value);

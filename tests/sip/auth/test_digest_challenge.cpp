@@ -123,7 +123,8 @@ TEST(DigestChallenge, HeaderLines) {
 // The value ends at its line end or at a NUL, and the scheme at the first space or tab.
 TEST(DigestChallenge, ValueReadInPlaceOrCollected) {
     struct Row { const char* name; std::string value; std::string written; } rows[] = {
-        {"WWW-Authenticate", " Digest realm=\"r\", nonce=\"n\"\r\n", "WWW-Authenticate: Digest realm=\"r\",nonce=\"n\"\r\n"},
+        {"WWW-Authenticate", " Digest realm=\"r\", nonce=\"n\"\r\n",
+         "WWW-Authenticate: Digest realm=\"r\",nonce=\"n\"\r\n"},
         {"WWW-Authenticate", "Digest\trealm=\"r\"\r\n", "WWW-Authenticate: Digest realm=\"r\"\r\n"},
         {"WWW-Authenticate", std::string("Digest realm=\"r\"\0, nonce=\"n\"\r\n", 29),
          "WWW-Authenticate: Digest realm=\"r\"\r\n"},
