@@ -26,6 +26,8 @@ public:
     unsigned getLength() const noexcept { return m_Length; }
     /// The bytes (followed by one NUL that is not counted, for convenience).
     const unsigned char* getData() const noexcept { return m_pData; }
+    /// The bytes as characters (for readers of text).
+    const char* chars() const noexcept { return reinterpret_cast<const char*>(m_pData); }
     unsigned char* getData() noexcept { return m_pData; }
     /// Byte `i`; `i` must be below getLength().
     unsigned char& operator[](unsigned i) noexcept { return m_pData[i]; }

@@ -1,8 +1,6 @@
 // The abstract authentication challenge and the factory of challenges by scheme.
 #include "KtSipChallengeInfo.h"
 
-#include <strings.h>
-
 #include <cstring>
 
 #include "KtException.h"
@@ -16,15 +14,14 @@ KtSipChallengeInfo::~KtSipChallengeInfo() = default;
 
 KtHandle<KtSipChallengeInfo> KtSipChallengeInfo::constructFrom(const char* type, KtHandle<KtByteArray> text) {
     const unsigned typeLength = type ? static_cast<unsigned>(std::strlen(type)) : 0;
-    if (text.isNil()) return constructFrom(type, typeLength, nullptr, 0);
-    return constructFrom(type, typeLength, reinterpret_cast<const char*>(text->getData()), text->getLength());
+    return text.isNil() ? constructFrom(type, typeLength, nullptr, 0)
+                        : constructFrom(type, typeLength, text->chars(), text->getLength());
 }
 
 KtHandle<KtSipChallengeInfo> KtSipChallengeInfo::constructFrom(const char* type, unsigned typeLength,
                                                                const char* text, unsigned length) {
     TORVANE_TRACE_SCOPE(fileLogger(), "KtSipChallengeInfo::constructFrom");
-    const KtString& digest = KtSipDigestChallengeInfo::TYPE;
-    if (type && typeLength == digest.length() && strncasecmp(type, digest.c_str(), typeLength) == 0) {
+    if (KtSipDigestPairReader::sIsScheme(type, typeLength, KtSipDigestChallengeInfo::TYPE)) {
         return KtSipDigestChallengeInfo::sCreateFrom(text, length);
     }
     TORVANE_DEBUG(fileLogger(),

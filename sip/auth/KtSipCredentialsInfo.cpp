@@ -1,8 +1,6 @@
 // The abstract authentication credentials and the factory of credentials by scheme.
 #include "KtSipCredentialsInfo.h"
 
-#include <strings.h>
-
 #include <cstring>
 
 #include "KtException.h"
@@ -16,15 +14,14 @@ KtSipCredentialsInfo::~KtSipCredentialsInfo() = default;
 
 KtHandle<KtSipCredentialsInfo> KtSipCredentialsInfo::constructFrom(const char* type, KtHandle<KtByteArray> text) {
     const unsigned typeLength = type ? static_cast<unsigned>(std::strlen(type)) : 0;
-    if (text.isNil()) return constructFrom(type, typeLength, nullptr, 0);
-    return constructFrom(type, typeLength, reinterpret_cast<const char*>(text->getData()), text->getLength());
+    return text.isNil() ? constructFrom(type, typeLength, nullptr, 0)
+                        : constructFrom(type, typeLength, text->chars(), text->getLength());
 }
 
 KtHandle<KtSipCredentialsInfo> KtSipCredentialsInfo::constructFrom(const char* type, unsigned typeLength,
                                                                    const char* text, unsigned length) {
     TORVANE_TRACE_SCOPE(fileLogger(), "KtSipCredentialsInfo::constructFrom");
-    const KtString& digest = KtSipDigestCredentialsInfo::sm_Type;
-    if (type && typeLength == digest.length() && strncasecmp(type, digest.c_str(), typeLength) == 0) {
+    if (KtSipDigestPairReader::sIsScheme(type, typeLength, KtSipDigestCredentialsInfo::sm_Type)) {
         return KtSipDigestCredentialsInfo::sCreateFrom(text, length);
     }
     TORVANE_DEBUG(fileLogger(),

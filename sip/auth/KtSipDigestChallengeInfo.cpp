@@ -26,8 +26,7 @@ KtSipDigestChallengeInfo* KtSipDigestChallengeInfo::clone() const {
 }
 
 KtHandle<KtSipDigestChallengeInfo> KtSipDigestChallengeInfo::sCreateFrom(KtHandle<KtByteArray> text) {
-    if (text.isNil()) return sCreateFrom(nullptr, 0);
-    return sCreateFrom(reinterpret_cast<const char*>(text->getData()), text->getLength());
+    return text.isNil() ? sCreateFrom(nullptr, 0) : sCreateFrom(text->chars(), text->getLength());
 }
 
 KtHandle<KtSipDigestChallengeInfo> KtSipDigestChallengeInfo::sCreateFrom(const char* text, unsigned length) {

@@ -59,8 +59,7 @@ KtSipDigestCredentialsInfo* KtSipDigestCredentialsInfo::clone() const {
 }
 
 KtHandle<KtSipDigestCredentialsInfo> KtSipDigestCredentialsInfo::sCreateFrom(KtHandle<KtByteArray> text) {
-    if (text.isNil()) return sCreateFrom(nullptr, 0);
-    return sCreateFrom(reinterpret_cast<const char*>(text->getData()), text->getLength());
+    return text.isNil() ? sCreateFrom(nullptr, 0) : sCreateFrom(text->chars(), text->getLength());
 }
 
 KtHandle<KtSipDigestCredentialsInfo> KtSipDigestCredentialsInfo::sCreateFrom(const char* text, unsigned length) {

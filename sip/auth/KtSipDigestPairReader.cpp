@@ -1,6 +1,8 @@
 // The reader of Digest name=value pair lists.
 #include "KtSipDigestPairReader.h"
 
+#include <strings.h>
+
 #include <cstring>
 
 #include "KtException.h"
@@ -182,6 +184,10 @@ void KtSipDigestPairReader::sRead(KtInputStream& in, KtParameters& pairs, NameCa
         }
     }
     storePair(true);
+}
+
+bool KtSipDigestPairReader::sIsScheme(const char* type, unsigned length, const KtString& scheme) {
+    return type != nullptr && length == scheme.length() && strncasecmp(type, scheme.c_str(), length) == 0;
 }
 
 KtSipDigestPairReader::SchemeSplit KtSipDigestPairReader::sSplitScheme(const char* value, unsigned length) {

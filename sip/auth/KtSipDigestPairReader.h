@@ -55,6 +55,9 @@ public:
         const char* list;
         unsigned listLength;
     };
+    /// True when the `length` bytes at `type` (may be null) are `scheme` ignoring ASCII case:
+    /// the scheme factories' test.
+    static bool sIsScheme(const char* type, unsigned length, const KtString& scheme);
     /// Splits the `length` bytes at `value`.
     static SchemeSplit sSplitScheme(const char* value, unsigned length);
     /// Reads the rest of the line from `in` (KtStreamTokenizer::sGetLine: blanks in front

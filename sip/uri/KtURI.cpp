@@ -140,7 +140,7 @@ KtHandle<KtURI> KtURI::sConstructFrom(KtInputStream& in, bool inBracket) {
         n = 0;
         while (n < 3) {
             const int ch = in.read();
-            if (ch == ' ' || ch == '\t' || ch == '<') continue;
+            if (ch >= 0 && isSkipped(static_cast<char>(ch))) continue;
             c[n++] = ch;
             if (ch < 0) {
                 while (n < 3) c[n++] = -1;
