@@ -13,6 +13,8 @@ PACKAGES=(
   liblog4cplus-dev libace-dev libssl-dev uuid-dev
   # tests, benchmarks, the tool's JSON output
   libgtest-dev libgmock-dev libbenchmark-dev nlohmann-json3-dev python3
+  # packet captures: `ktsip scan` reads them with libpcap; its end-to-end test records one
+  libpcap-dev tcpdump
   # fuzzing (clang with libFuzzer) and interoperability tests
   clang libclang-rt-14-dev sip-tester
   # API documentation

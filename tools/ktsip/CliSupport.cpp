@@ -127,6 +127,12 @@ json ErrorCapture::toJson() const {
     return list;
 }
 
+void addFailure(json& out, const KtException& e) {
+    out["ok"] = false;
+    out["exception"] = className(typeid(e));
+    out["message"] = latin1(e.getMessage());
+}
+
 void configureLogging(const std::string& level) {
     static const std::map<std::string, int> levels = {
         {"trace", log4cplus::TRACE_LOG_LEVEL}, {"debug", log4cplus::DEBUG_LOG_LEVEL},
@@ -160,9 +166,7 @@ int run(bool asJson, const std::function<int(json& out, ErrorCapture& log)>& bod
             throw;
         } catch (const KtException& e) {
             out = json();
-            out["ok"] = false;
-            out["exception"] = className(typeid(e));
-            out["message"] = latin1(e.getMessage());
+            addFailure(out, e);
             status = 1;
         }
         out["log"] = capture.toJson();

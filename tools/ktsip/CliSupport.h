@@ -74,6 +74,10 @@ private:
     std::vector<std::string> m_Lines;
 };
 
+/// Adds the failure fields of a library exception to `out`: "ok" false, "exception" (its
+/// dynamic class) and "message" (its text).
+void addFailure(json& out, const KtException& e);
+
 /// Configures log4cplus for --log-level (trace, debug, info, warn, error, off).
 void configureLogging(const std::string& level);
 

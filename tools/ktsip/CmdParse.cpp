@@ -7,8 +7,7 @@
 #include "KtSipResponse.h"
 #include "KtURI.h"
 
-cli::json cmd::messageJson(const KtSipMessage& m) {
-    cli::json out;
+cli::json cmd::messageJson(const KtSipMessage& m, cli::json out) {
     out["ok"] = true;
     out["class"] = cli::className(typeid(m));
     out["request"] = m.isRequest();

@@ -18,9 +18,11 @@ int reason(const std::vector<std::string>& args);
 int derive(const std::vector<std::string>& args);
 int digest(const std::vector<std::string>& args);
 int serve(const std::vector<std::string>& args);
+int scan(const std::vector<std::string>& args);
 
-/// The JSON description of a message (the object of `parse --json`, without "log").
-cli::json messageJson(const KtSipMessage& message);
+/// The JSON description of a message (the object of `parse --json`, without "log"), its
+/// fields added after those already in `out`.
+cli::json messageJson(const KtSipMessage& message, cli::json out = cli::json::object());
 /// Readable form of that object.
 void printMessage(const cli::json& object);
 }  // namespace cmd

@@ -22,6 +22,7 @@ const char* kUsage =
     "  digest  [--json] --challenge VALUE --user NAME --password SECRET --method M --uri URI ...\n"
     "  serve   [--bind ADDR] [--port N] [--transport udp|tcp|both] [--realm R] [--user NAME:SECRET]...\n"
     "          [--threads N] [--ring-ms N] [--quiet] [--json]\n"
+    "  scan    [--json] [--filter EXPR] [--port N]... [FILE]   SIP messages of a packet capture\n"
     "options: --log-level trace|debug|info|warn|error|off (default off) sends the library's logs to stderr\n";
 
 }  // namespace
@@ -52,7 +53,7 @@ int main(int argc, char** argv) {
         static const std::map<std::string, int (*)(const std::vector<std::string>&)> commands = {
             {"parse", &cmd::parse},   {"header", &cmd::header}, {"uri", &cmd::uri},
             {"address", &cmd::address}, {"reason", &cmd::reason}, {"derive", &cmd::derive},
-            {"digest", &cmd::digest}, {"serve", &cmd::serve}};
+            {"digest", &cmd::digest}, {"serve", &cmd::serve}, {"scan", &cmd::scan}};
         auto it = commands.find(rest[0]);
         if (it == commands.end()) throw cli::UsageError("unknown command " + rest[0]);
         return it->second(std::vector<std::string>(rest.begin() + 1, rest.end()));
