@@ -13,6 +13,7 @@
 #include "KtException.h"
 #include "KtSipHeader.h"
 
+class JsonWriter;
 class KtSipMessage;
 
 namespace cli {
@@ -53,10 +54,13 @@ std::string readInput(const std::string& file, bool crlf);
 std::string latin1(const char* bytes, std::size_t length);
 inline std::string latin1(const std::string& s) { return latin1(s.data(), s.size()); }
 
-/// The dynamic class name of a library object ("KtSipViaHeader").
-std::string className(const std::type_info& type);
+/// The dynamic class name of a library object ("KtSipViaHeader"); demangled once per class
+/// and thread.
+const std::string& className(const std::type_info& type);
 
-/// {"name", "id", "class", "value"} of one header.
+/// Writes {"name", "id", "class", "value"} of one header.
+void writeHeader(JsonWriter& out, const KtSipHeader& header);
+/// The same object as JSON.
 json headerJson(const KtSipHeader& header);
 /// One object per element of the chain that starts at `header`.
 json chainJson(const KtSipHeader* header);

@@ -2,12 +2,12 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
-#include <ctime>
 #include <iostream>
 #include <map>
 #include <stdexcept>
 
 #include "Commands.h"
+#include "JsonWriter.h"
 #include "KtSipMessage.h"
 #include "KtSipRequest.h"
 #include "KtSipResponse.h"
@@ -49,22 +49,26 @@ private:
     std::map<std::string, std::uint64_t> m_Counts;
 };
 
-// Output written in large blocks: a capture may hold millions of messages.
+// Output gathered and written in large blocks: a capture may hold millions of messages.
 class Output {
 public:
+    Output() : m_Writer(m_Buffer) {}
     ~Output() { flush(); }
-    std::string& text() { return m_Text; }
-    void maybeFlush() {
-        if (m_Text.size() >= 1 << 16) flush();
+    JsonWriter& writer() { return m_Writer; }
+    /// Ends the current line, and writes the block out once it is large.
+    void endLine() {
+        m_Writer.newline();
+        if (m_Writer.size() >= 1 << 16) flush();
     }
     void flush() {
-        std::fwrite(m_Text.data(), 1, m_Text.size(), stdout);
+        std::fwrite(m_Writer.data(), 1, m_Writer.size(), stdout);
         std::fflush(stdout);
-        m_Text.clear();
+        m_Writer.clear();
     }
 
 private:
-    std::string m_Text;
+    std::string m_Buffer;
+    JsonWriter m_Writer;
 };
 
 // The message's first line as received, for the readable line: at most 120 bytes, control
@@ -84,14 +88,19 @@ void appendStartLine(std::string& out, const char* bytes, std::size_t length) {
     }
 }
 
-// "HH:MM:SS.uuuuuu" in UTC.
+// "HH:MM:SS.uuuuuu" in UTC (a day has 86400 seconds in capture time stamps).
 void appendClock(std::string& out, std::int64_t seconds, std::uint32_t micros) {
-    const std::time_t t = static_cast<std::time_t>(seconds);
-    std::tm parts{};
-    gmtime_r(&t, &parts);
-    char text[32];
-    std::snprintf(text, sizeof text, "%02d:%02d:%02d.%06u", parts.tm_hour, parts.tm_min, parts.tm_sec, micros);
-    out += text;
+    std::int64_t inDay = seconds % 86400;
+    if (inDay < 0) inDay += 86400;
+    const unsigned fields[3] = {static_cast<unsigned>(inDay / 3600), static_cast<unsigned>(inDay / 60 % 60),
+                                static_cast<unsigned>(inDay % 60)};
+    char text[16] = "00:00:00.000000";
+    for (int i = 0; i < 3; ++i) {
+        text[i * 3] = static_cast<char>('0' + fields[i] / 10);
+        text[i * 3 + 1] = static_cast<char>('0' + fields[i] % 10);
+    }
+    for (int i = 14; i >= 9; --i, micros /= 10) text[i] = static_cast<char>('0' + micros % 10);
+    out.append(text, 15);
 }
 
 class Scanner {
@@ -100,34 +109,35 @@ public:
 
     void message(const ScanMessage& found) {
         ++m_Messages;
+        JsonWriter& json = m_Output.writer();
         std::string failure;
         KtHandle<KtSipMessage> parsed;
-        cli::json object;
         {
             cli::ErrorCapture log;
             try {
                 KtByteArrayInputStream in(found.bytes, static_cast<unsigned>(found.length));
                 parsed = KtSipMessage::sConstructFrom(in);
+                count(*parsed);
             } catch (const KtException& e) {
-                failure = cli::latin1(e.getMessage());
-                m_Exceptions.add(failure);
-                failure = cli::className(typeid(e)) + ": " + failure;
+                m_Exceptions.add(cli::latin1(e.getMessage()));
+                failure = cli::className(typeid(e));
                 if (m_Json) {
-                    object = captureFields(found);
-                    cli::addFailure(object, e);
+                    writeCapture(json.beginObject(), found);
+                    json.key("ok").value(false).key("exception").value(failure).key("message").value(e.getMessage());
+                    writeLog(json, log);
+                } else {
+                    failure += ": " + cli::latin1(e.getMessage());
                 }
             }
-            if (!parsed.isNil()) {
-                count(*parsed);
-                if (m_Json) object = cmd::messageJson(*parsed, captureFields(found));
+            if (m_Json && !parsed.isNil()) {
+                writeCapture(json.beginObject(), found);
+                cmd::writeMessage(json, *parsed);
+                writeLog(json, log);
             }
-            if (m_Json) object["log"] = log.toJson();
         }
-        std::string& out = m_Output.text();
-        if (m_Json) {
-            out += object.dump();
-            out += '\n';
-        } else {
+        if (!m_Json) {
+            std::string& out = m_Line;
+            out.clear();
             out += std::to_string(found.frame);
             out += ' ';
             appendClock(out, found.seconds, found.micros);
@@ -143,9 +153,9 @@ public:
             } else if (!parsed->isValid()) {
                 out += "  invalid (status " + std::to_string(parsed->getStatus()) + ")";
             }
-            out += '\n';
+            json.append(out.data(), out.size());
         }
-        m_Output.maybeFlush();
+        m_Output.endLine();
     }
 
     void summary(const ScanCapture::Counts& counts, double seconds) {
@@ -166,7 +176,9 @@ public:
         s["tcp_gaps"] = counts.tcpGaps;
         s["fragments_abandoned"] = counts.abandonedDatagrams;
         if (m_Json) {
-            m_Output.text() += cli::json({{"summary", s}}).dump() + "\n";
+            const std::string text = cli::json({{"summary", s}}).dump();
+            m_Output.writer().append(text.data(), text.size());
+            m_Output.endLine();
             m_Output.flush();
             return;
         }
@@ -188,15 +200,26 @@ public:
     }
 
 private:
-    cli::json captureFields(const ScanMessage& found) const {
-        cli::json object;
-        object["frame"] = found.frame;
-        // Whole microseconds divided once: the closest double to the decimal time.
-        object["time"] = static_cast<double>(found.seconds * 1000000 + found.micros) / 1e6;
-        object["src"] = found.source->toString();
-        object["dst"] = found.destination->toString();
-        object["transport"] = found.tcp ? "tcp" : "udp";
-        return object;
+    // The capture's members of a message's object: frame, time, src, dst, transport.
+    static void writeCapture(JsonWriter& json, const ScanMessage& found) {
+        json.key("frame").value(found.frame);
+        // Seconds and six decimals, trailing zeros dropped: the shortest form of the time.
+        std::string time = std::to_string(found.seconds) + ".";
+        char micros[7] = "000000";
+        for (std::uint32_t i = 6, v = found.micros; i-- > 0; v /= 10) micros[i] = static_cast<char>('0' + v % 10);
+        std::size_t digits = 6;
+        while (digits > 1 && micros[digits - 1] == '0') --digits;
+        time.append(micros, digits);
+        json.key("time").raw(time.data(), time.size());
+        json.key("src").value(found.source->toString());
+        json.key("dst").value(found.destination->toString());
+        json.key("transport").value(found.tcp ? "tcp" : "udp", 3);
+    }
+
+    static void writeLog(JsonWriter& json, const cli::ErrorCapture& log) {
+        json.key("log").beginArray();
+        for (const std::string& line : log.lines()) json.value(line);
+        json.endArray().endObject();
     }
 
     void count(const KtSipMessage& m) {
@@ -211,6 +234,7 @@ private:
 
     bool m_Json;
     Output m_Output;
+    std::string m_Line;  // the readable line being written
     std::uint64_t m_Messages = 0;
     Tally m_Requests, m_Responses, m_Invalid, m_Exceptions;
 };

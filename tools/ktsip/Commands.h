@@ -7,6 +7,7 @@
 
 #include "CliSupport.h"
 
+class JsonWriter;
 class KtSipMessage;
 
 namespace cmd {
@@ -20,9 +21,11 @@ int digest(const std::vector<std::string>& args);
 int serve(const std::vector<std::string>& args);
 int scan(const std::vector<std::string>& args);
 
-/// The JSON description of a message (the object of `parse --json`, without "log"), its
-/// fields added after those already in `out`.
-cli::json messageJson(const KtSipMessage& message, cli::json out = cli::json::object());
+/// Writes the members of the JSON description of a message (the object of `parse --json`,
+/// without "log") into the object `out` has open.
+void writeMessage(JsonWriter& out, const KtSipMessage& message);
+/// That description as a JSON object.
+cli::json messageJson(const KtSipMessage& message);
 /// Readable form of that object.
 void printMessage(const cli::json& object);
 }  // namespace cmd
