@@ -51,19 +51,29 @@ struct Output {
     json summary;
 };
 
-Output scan(const std::string& path, const std::vector<std::string>& options = {}) {
-    std::string command = std::string(KTSIP_TOOL_PATH) + " scan --json";
-    for (const auto& o : options) command += " '" + o + "'";
-    command += " " + path + " 2>/dev/null";
-    Output out;
-    FILE* p = popen(command.c_str(), "r");
-    if (p == nullptr) return out;
+// Standard output of the tool run with `arguments` (standard error dropped), and its status.
+std::string ktsip(const std::string& arguments, int* status = nullptr) {
     std::string text;
+    FILE* p = popen((std::string(KTSIP_TOOL_PATH) + " " + arguments + " 2>/dev/null").c_str(), "r");
+    if (p == nullptr) return text;
     char buf[4096];
     for (std::size_t n; (n = fread(buf, 1, sizeof buf, p)) > 0;) text.append(buf, n);
     const int st = pclose(p);
-    out.status = WIFEXITED(st) ? WEXITSTATUS(st) : -1;
-    std::istringstream lines(text);
+    if (status != nullptr) *status = WIFEXITED(st) ? WEXITSTATUS(st) : -1;
+    return text;
+}
+
+void writeFile(const char* path, const std::string& bytes) {
+    FILE* f = fopen(path, "wb");
+    fwrite(bytes.data(), 1, bytes.size(), f);
+    fclose(f);
+}
+
+Output scan(const std::string& path, const std::vector<std::string>& options = {}) {
+    std::string arguments = "scan --json";
+    for (const auto& o : options) arguments += " '" + o + "'";
+    Output out;
+    std::istringstream lines(ktsip(arguments + " " + path, &out.status));
     for (std::string line; std::getline(lines, line);) {
         json j = json::parse(line);
         if (j.contains("summary"))
@@ -246,26 +256,44 @@ TEST(KtsipScan, DamagedCapturesEndWithWhatWasReadAndExitOne) {
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
-        FILE* f = fopen(path, "wb");
-        fwrite(c.bytes.data(), 1, c.bytes.size(), f);
-        fclose(f);
+        writeFile(path, c.bytes);
         const Output out = scan(path);
         EXPECT_EQ(out.status, c.status);
         EXPECT_EQ(out.messages.size(), c.messages);
         EXPECT_EQ(out.summary.is_null(), c.status == 2);
     }
     // The readable form: one line per message, then the summary.
-    FILE* f = fopen(path, "wb");
-    fwrite(whole.data(), 1, whole.size(), f);
-    fclose(f);
-    FILE* p = popen((std::string(KTSIP_TOOL_PATH) + " scan " + path).c_str(), "r");
-    std::string text;
-    char buf[4096];
-    for (std::size_t n; (n = fread(buf, 1, sizeof buf, p)) > 0;) text.append(buf, n);
-    EXPECT_EQ(pclose(p), 0);
+    writeFile(path, whole);
+    int status = -1;
+    const std::string text = ktsip(std::string("scan ") + path, &status);
+    EXPECT_EQ(status, 0);
     unlink(path);
     EXPECT_NE(text.find("3 22:13:20.003000 192.0.2.1:5070 -> 192.0.2.2:5060 udp BYE sip:bob@b.example SIP/2.0\n"),
               std::string::npos)
         << text;
     EXPECT_NE(text.find("requests:            BYE 3\n"), std::string::npos) << text;
+}
+
+TEST(KtsipScan, EachMessageCarriesWhatParseReports) {
+    // A valid message, one the library marks invalid, one it refuses (with a log line),
+    // bytes that JSON escapes.
+    const std::vector<std::string> payloads = {
+        kInvite, "OPTIONS sip:bob@b.example SIP/2.0\r\nCSeq: x\r\nContent-Length: 0\r\n\r\n",
+        "OPTIONS sip:bob@b.example SIP/3.0\r\nContent-Length: 0\r\n\r\n",
+        request("MESSAGE", 4, "caf\xe9 \"quoted\" \\ \x01")};
+    char path[] = "/tmp/ktsip-scan-XXXXXX";
+    close(mkstemp(path));
+    {
+        CaptureWriter writer(path, DLT_EN10MB);
+        for (const std::string& p : payloads) writer.packet(udp4(p));
+    }
+    const Output out = scan(path);
+    ASSERT_EQ(out.messages.size(), payloads.size());
+    for (std::size_t i = 0; i < payloads.size(); ++i) {
+        writeFile(path, payloads[i]);
+        json scanned = out.messages[i];
+        for (const char* field : {"frame", "time", "src", "dst", "transport"}) scanned.erase(field);
+        EXPECT_EQ(scanned, json::parse(ktsip(std::string("parse --json ") + path))) << i;
+    }
+    unlink(path);
 }
