@@ -12,7 +12,8 @@
 #
 # Environment: KTSIP_SCAN_PORT (server port, default 15260; sipp takes the next two ports),
 # KTSIP_SCAN_CALLS (calls per transport, default 20), KTSIP_INTEROP_SIPP_TIMEOUT (seconds per
-# sipp run, 60). Files go to a temporary directory, kept and named when something failed.
+# sipp run, 60). Files go to a temporary directory, kept and named when something failed,
+# or always with KTSIP_SCAN_KEEP=1.
 set -uo pipefail
 
 ROOT=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
@@ -39,7 +40,7 @@ stop() {  # PID: SIGTERM, then SIGKILL after five seconds
 cleanup() {
   stop "$DUMP_PID"
   stop "$SERVER_PID"
-  if [[ $failed -eq 0 ]]; then rm -rf "$WORK"; else echo "scan-capture: files kept in $WORK" >&2; fi
+  if [[ $failed -eq 0 && "${KTSIP_SCAN_KEEP:-0}" != 1 ]]; then rm -rf "$WORK"; else echo "scan-capture: files kept in $WORK" >&2; fi
 }
 trap cleanup EXIT
 

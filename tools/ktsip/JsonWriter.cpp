@@ -30,19 +30,41 @@ JsonWriter& JsonWriter::key(const char* name, std::size_t length) {
 
 namespace {
 
-// Bytes written as they are: printable ASCII other than the quote and the backslash.
-struct PlainBytes {
-    bool plain[256];
-    constexpr PlainBytes() : plain() {
-        for (int c = 0x20; c < 0x80; ++c) plain[c] = c != '"' && c != '\\';
+// The written form of each byte: itself, an escape, or its two UTF-8 bytes.
+struct ByteForms {
+    char text[256][6];
+    unsigned char length[256];
+    ByteForms() {
+        static const char hex[] = "0123456789abcdef";
+        for (int c = 0; c < 256; ++c) {
+            char* t = text[c];
+            const char* shortEscape = c == '"' ? "\\\"" : c == '\\' ? "\\\\" : c == '\b' ? "\\b" : c == '\f' ? "\\f"
+                                      : c == '\n' ? "\\n" : c == '\r' ? "\\r" : c == '\t' ? "\\t" : nullptr;
+            if (shortEscape != nullptr) {
+                std::memcpy(t, shortEscape, 2);
+                length[c] = 2;
+            } else if (c < 0x20) {
+                std::memcpy(t, "\\u00", 4);
+                t[4] = hex[c >> 4];
+                t[5] = hex[c & 15];
+                length[c] = 6;
+            } else if (c >= 0x80) {
+                t[0] = static_cast<char>(0xC0 | (c >> 6));
+                t[1] = static_cast<char>(0x80 | (c & 0x3F));
+                length[c] = 2;
+            } else {
+                t[0] = static_cast<char>(c);
+                length[c] = 1;
+            }
+        }
     }
 };
-constexpr PlainBytes kPlain;
+const ByteForms kForms;
 
 constexpr std::uint64_t kOnes = 0x0101010101010101ULL;
 constexpr std::uint64_t kHighs = 0x8080808080808080ULL;
 
-// True when the eight bytes at `p` are all plain (tested together, without branches).
+// True when the eight bytes at `p` are all written as they are (tested together).
 bool plainWord(const unsigned char* p) {
     std::uint64_t w;
     std::memcpy(&w, p, 8);
@@ -53,63 +75,40 @@ bool plainWord(const unsigned char* p) {
     return special == 0;
 }
 
-// Extra bytes the escaped form of `c` takes.
-std::size_t extra(unsigned char c) {
-    if (kPlain.plain[c]) return 0;
-    return c >= 0x80 || c == '"' || c == '\\' || c == '\b' || c == '\f' || c == '\n' || c == '\r' || c == '\t' ? 1 : 5;
-}
-
 }  // namespace
 
 JsonWriter& JsonWriter::value(const char* bytes, std::size_t length) {
-    static const char hex[] = "0123456789abcdef";
     separate();
     const unsigned char* in = reinterpret_cast<const unsigned char*>(bytes);
     // First the size of the text, then the text written in place.
-    std::size_t size = length + 2;
+    std::size_t size = 2;
     std::size_t i = 0;
-    for (; i + 8 <= length; i += 8)
-        if (!plainWord(in + i))
-            for (std::size_t j = i; j < i + 8; ++j) size += extra(in[j]);
-    for (; i < length; ++i) size += extra(in[i]);
-    char* out = room(size);
+    for (; i + 8 <= length; i += 8) {
+        if (plainWord(in + i)) {
+            size += 8;
+            continue;
+        }
+        for (std::size_t j = i; j < i + 8; ++j) size += kForms.length[in[j]];
+    }
+    for (; i < length; ++i) size += kForms.length[in[i]];
+    // Six spare bytes: every byte's form is copied whole, its length then counted.
+    char* out = room(size + 6);
+    m_Used -= 6;
     *out++ = '"';
     if (size == length + 2) {
         std::memcpy(out, bytes, length);
         out += length;
     } else {
-        for (i = 0; i < length; ++i) {
-            if (i % 8 == 0 && i + 8 <= length && plainWord(in + i)) {
+        for (i = 0; i < length;) {
+            if (i + 8 <= length && plainWord(in + i)) {
                 std::memcpy(out, in + i, 8);
                 out += 8;
-                i += 7;
+                i += 8;
                 continue;
             }
-            const unsigned char c = in[i];
-            if (kPlain.plain[c]) {
-                *out++ = static_cast<char>(c);
-                continue;
-            }
-            if (c >= 0x80) {
-                *out++ = static_cast<char>(0xC0 | (c >> 6));
-                *out++ = static_cast<char>(0x80 | (c & 0x3F));
-                continue;
-            }
-            *out++ = '\\';
-            switch (c) {
-                case '"': *out++ = '"'; break;
-                case '\\': *out++ = '\\'; break;
-                case '\b': *out++ = 'b'; break;
-                case '\f': *out++ = 'f'; break;
-                case '\n': *out++ = 'n'; break;
-                case '\r': *out++ = 'r'; break;
-                case '\t': *out++ = 't'; break;
-                default:
-                    *out++ = 'u';
-                    *out++ = '0';
-                    *out++ = '0';
-                    *out++ = hex[c >> 4];
-                    *out++ = hex[c & 15];
+            for (const std::size_t end = i + 8 < length ? i + 8 : length; i < end; ++i) {
+                std::memcpy(out, kForms.text[in[i]], 6);
+                out += kForms.length[in[i]];
             }
         }
     }
