@@ -164,10 +164,13 @@ TEST(KtsipScan, FindsEverySipMessageOnceInOrder) {
              w.packet(tcp4(d, kBye.substr(0, 40)));                               // 6: fills the gap
              w.packet(CaptureWriter::ipv4("192.0.2.2", "192.0.2.1", kTcp,
                                           CaptureWriter::tcp(5060, 5070, 9, CaptureWriter::ACK, "")));
+             const std::uint32_t end = d + static_cast<std::uint32_t>(kBye.size() + request("ACK", 3).size());
+             w.packet(tcp4(end, "", CaptureWriter::FIN | CaptureWriter::ACK));
+             w.packet(tcp4(b, kInvite.substr(100) + kBye));                       // 9: late retransmission
          },
          {{4, kA, kB, "tcp", "INVITE"}, {4, kA, kB, "tcp", "BYE"}, {6, kA, kB, "tcp", "BYE"},
           {6, kA, kB, "tcp", "ACK"}},
-         2},
+         3},
         {"tcp joined in the middle of a message", DLT_EN10MB,
          [](CaptureWriter& w) { w.packet(tcp4(77, kInvite.substr(50) + kBye)); },
          {{1, kA, kB, "tcp", "BYE"}}, 0},

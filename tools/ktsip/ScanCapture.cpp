@@ -136,8 +136,10 @@ void ScanCapture::transport(const ScanTransport& t) {
 void ScanCapture::tcp(const ScanTransport& t) {
     const FlowKey key = flowKey(t.source, t.destination);
     if (t.rst) {  // the connection is gone in both directions
-        forget(key);
-        forget(flowKey(t.destination, t.source));
+        for (const FlowKey& direction : {key, flowKey(t.destination, t.source)}) {
+            auto flow = m_Flows.find(direction);
+            if (flow != m_Flows.end()) flow->second.stream.close();
+        }
         ++m_Counts.skippedPackets;
         return;
     }
@@ -177,7 +179,9 @@ void ScanCapture::tcp(const ScanTransport& t) {
         ++m_Counts.droppedStreams;
         m_Counts.skippedPackets += flow.segments;
     }
-    if (t.fin) forget(key);
+    // The direction is kept, closed, so that late retransmissions are recognised; it
+    // leaves the table when a new connection takes its addresses, or as the oldest.
+    if (t.fin) stream.close();
 }
 
 void ScanCapture::emit(const char* bytes, std::size_t length) {

@@ -35,7 +35,9 @@ struct ScanMessage {
 /// datagrams reassembled (see ScanFragments). The capture is treated as hostile: every
 /// header is checked against the captured bytes and everything kept is bounded. At most
 /// MAX_STREAMS TCP directions are followed at once; a new one evicts the one that was idle
-/// longest.
+/// longest. A direction closed by FIN or RST stays in the table (holding no bytes) so that
+/// retransmissions after the close are not taken for a new stream; a SYN between the same
+/// addresses starts a new one.
 class ScanCapture {
 public:
     static constexpr std::size_t MAX_STREAMS = 2048;

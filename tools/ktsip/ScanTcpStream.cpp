@@ -14,20 +14,29 @@ std::int64_t distance(std::uint32_t from, std::uint32_t to) { return static_cast
 
 }  // namespace
 
+void ScanTcpStream::release() {
+    m_Unread.clear();
+    m_Unread.shrink_to_fit();
+    m_Held.clear();
+    m_HeldBytes = 0;
+}
+
+void ScanTcpStream::close() {
+    m_Closed = true;
+    release();
+}
+
 void ScanTcpStream::skip(std::size_t length) {
     m_Skipped += length;
     if (m_Messages == 0 && m_Skipped >= MAX_UNREAD) {
         m_Dropped = true;
-        m_Unread.clear();
-        m_Unread.shrink_to_fit();
-        m_Held.clear();
-        m_HeldBytes = 0;
+        release();
     }
 }
 
 void ScanTcpStream::segment(std::uint32_t sequence, bool syn, const char* bytes, std::size_t length,
                             const Sink& sink) {
-    if (m_Dropped) return;
+    if (m_Dropped || m_Closed) return;
     if (syn) ++sequence;  // the SYN takes one sequence number before the first byte
     if (!m_Started) {
         m_Started = true;

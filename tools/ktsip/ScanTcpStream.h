@@ -37,6 +37,10 @@ public:
     /// when `syn` is set), `bytes` its payload.
     void segment(std::uint32_t sequence, bool syn, const char* bytes, std::size_t length, const Sink& sink);
 
+    /// The direction ended (FIN or RST): what waits is given up, and segments that come
+    /// later (retransmissions) are ignored.
+    void close();
+
     /// True once the direction was found not to carry SIP.
     bool dropped() const { return m_Dropped; }
     /// Messages framed so far.
@@ -51,10 +55,12 @@ private:
     std::size_t consume(const char* bytes, std::size_t length, const Sink& sink);
     void drainHeld(const Sink& sink);
     void skip(std::size_t length);
+    void release();
 
     bool m_Started = false;
     bool m_Dropped = false;
     bool m_Resync = false;
+    bool m_Closed = false;
     std::uint32_t m_Next = 0;  // sequence number of the next byte expected
     std::string m_Unread;      // bytes of a message not yet complete
     std::map<std::uint32_t, std::string> m_Held;
