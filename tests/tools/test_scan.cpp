@@ -279,11 +279,15 @@ TEST(KtsipScan, DamagedCapturesEndWithWhatWasReadAndExitOne) {
 
 TEST(KtsipScan, EachMessageCarriesWhatParseReports) {
     // A valid message, one the library marks invalid, one it refuses (with a log line),
-    // bytes that JSON escapes.
+    // bytes that JSON escapes, one that cannot be written.
     const std::vector<std::string> payloads = {
         kInvite, "OPTIONS sip:bob@b.example SIP/2.0\r\nCSeq: x\r\nContent-Length: 0\r\n\r\n",
         "OPTIONS sip:bob@b.example SIP/3.0\r\nContent-Length: 0\r\n\r\n",
-        request("MESSAGE", 4, "caf\xe9 \"quoted\" \\ \x01")};
+        request("MESSAGE", 4, "caf\xe9 \"quoted\" \\ \x01"),
+        // Parsed, but its credentials cannot be written (no response, an algorithm not known).
+        "REGISTER sip:r SIP/2.0\r\nVia: SIP/2.0/UDP h;branch=z9hG4bK1\r\nFrom: <sip:a@r>;tag=1\r\n"
+        "To: <sip:a@r>\r\nCall-ID: x\r\nCSeq: 1 REGISTER\r\nAuthorization: Digest username=\"a\",realm=\"r\","
+        "nonce=\"n\",uri=\"sip:r\",algorithm=SHA-256\r\nContent-Length: 0\r\n\r\n"};
     char path[] = "/tmp/ktsip-scan-XXXXXX";
     close(mkstemp(path));
     {

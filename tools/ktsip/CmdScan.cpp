@@ -119,20 +119,20 @@ public:
                 parsed = KtSipMessage::sConstructFrom(in);
                 count(*parsed);
             } catch (const KtException& e) {
-                m_Exceptions.add(cli::latin1(e.getMessage()));
-                failure = cli::className(typeid(e));
-                if (m_Json) {
-                    writeCapture(json.beginObject(), found);
-                    json.key("ok").value(false).key("exception").value(failure).key("message").value(e.getMessage());
-                    writeLog(json, log);
-                } else {
-                    failure += ": " + cli::latin1(e.getMessage());
-                }
+                failure = fail(found, e, log);
             }
             if (m_Json && !parsed.isNil()) {
-                writeCapture(json.beginObject(), found);
-                cmd::writeMessage(json, *parsed);
-                writeLog(json, log);
+                // Writing a message may throw too (credentials it cannot compute): the
+                // object is then the failure, as `parse --json` reports it.
+                const std::size_t start = json.size();
+                try {
+                    writeCapture(json.beginObject(), found);
+                    cmd::writeMessage(json, *parsed);
+                    writeLog(json, log);
+                } catch (const KtException& e) {
+                    json.rewind(start);
+                    fail(found, e, log);
+                }
             }
         }
         if (!m_Json) {
@@ -200,6 +200,19 @@ public:
     }
 
 private:
+    // Counts a library exception; with --json writes its object, else gives the text the
+    // readable line ends with ("CLASS: message").
+    std::string fail(const ScanMessage& found, const KtException& e, const cli::ErrorCapture& log) {
+        m_Exceptions.add(cli::latin1(e.getMessage()));
+        const std::string& name = cli::className(typeid(e));
+        if (!m_Json) return name + ": " + cli::latin1(e.getMessage());
+        JsonWriter& json = m_Output.writer();
+        writeCapture(json.beginObject(), found);
+        json.key("ok").value(false).key("exception").value(name).key("message").value(e.getMessage());
+        writeLog(json, log);
+        return name;
+    }
+
     // The capture's members of a message's object: frame, time, src, dst, transport.
     static void writeCapture(JsonWriter& json, const ScanMessage& found) {
         json.key("frame").value(found.frame);

@@ -53,6 +53,11 @@ public:
     /// The text written so far.
     std::size_t size() const { return m_Used; }
     const char* data() const { return m_Out.data(); }
+    /// Takes back what was written after size() was `mark` (in a top-level document).
+    void rewind(std::size_t mark) {
+        m_Used = mark;
+        m_NeedComma = false;
+    }
     /// Forgets the text written (the string keeps its storage for what comes next).
     void clear() {
         m_Used = 0;
