@@ -252,12 +252,49 @@ private:
     Tally m_Requests, m_Responses, m_Invalid, m_Exceptions;
 };
 
+// The options of `scan` as given (checked when it runs).
+struct ScanOptions {
+    bool json = false;
+    bool hasFilter = false;
+    std::string filter;
+    std::vector<std::string> ports;
+    std::string file = "-";
+};
+
 std::uint16_t portNumber(const std::string& text) {
     char* end = nullptr;
     const unsigned long v = std::strtoul(text.c_str(), &end, 10);
     if (text.empty() || *end != '\0' || text[0] == '-' || text[0] == '+' || v > 65535)
         throw cli::UsageError("--port takes a number from 0 to 65535");
     return static_cast<std::uint16_t>(v);
+}
+
+int runScan(const ScanOptions& o) {
+    std::vector<std::uint16_t> ports;
+    for (const std::string& port : o.ports) ports.push_back(portNumber(port));
+    ScanCapture capture;
+    try {
+        capture.open(o.file);
+    } catch (const std::runtime_error& e) {
+        throw cli::UsageError("cannot read " + o.file + ": " + e.what());
+    }
+    if (o.hasFilter) {
+        try {
+            capture.setFilter(o.filter);
+        } catch (const std::invalid_argument& e) {
+            throw cli::UsageError(std::string("--filter: ") + e.what());
+        }
+    }
+    capture.setPorts(ports);
+
+    Scanner scanner(o.json);
+    const auto start = std::chrono::steady_clock::now();
+    const bool whole = capture.run([&](const ScanMessage& found) { scanner.message(found); });
+    const std::chrono::duration<double> took = std::chrono::steady_clock::now() - start;
+    scanner.summary(capture.counts(), took.count());
+    if (whole) return 0;
+    std::cerr << "ktsip scan: " << o.file << ": " << capture.error() << "\n";
+    return 1;
 }
 
 }  // namespace
@@ -269,31 +306,11 @@ int cmd::scan(const std::vector<std::string>& args) {
         return 0;
     }
     if (a.operands().size() > 1) throw cli::UsageError("scan takes at most one FILE");
-    const std::string file = a.operands().empty() ? "-" : a.operands()[0];
-    std::vector<std::uint16_t> ports;
-    for (const std::string& port : a.values("--port")) ports.push_back(portNumber(port));
-
-    ScanCapture capture;
-    try {
-        capture.open(file);
-    } catch (const std::runtime_error& e) {
-        throw cli::UsageError("cannot read " + file + ": " + e.what());
-    }
-    if (a.hasValue("--filter")) {
-        try {
-            capture.setFilter(a.value("--filter"));
-        } catch (const std::invalid_argument& e) {
-            throw cli::UsageError(std::string("--filter: ") + e.what());
-        }
-    }
-    capture.setPorts(ports);
-
-    Scanner scanner(a.has("--json"));
-    const auto start = std::chrono::steady_clock::now();
-    const bool whole = capture.run([&](const ScanMessage& found) { scanner.message(found); });
-    const std::chrono::duration<double> took = std::chrono::steady_clock::now() - start;
-    scanner.summary(capture.counts(), took.count());
-    if (whole) return 0;
-    std::cerr << "ktsip scan: " << file << ": " << capture.error() << "\n";
-    return 1;
+    ScanOptions o;
+    o.json = a.has("--json");
+    o.hasFilter = a.hasValue("--filter");
+    o.filter = a.value("--filter");
+    o.ports = a.values("--port");
+    if (!a.operands().empty()) o.file = a.operands()[0];
+    return runScan(o);
 }
