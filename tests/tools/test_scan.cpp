@@ -185,6 +185,12 @@ TEST(KtsipScan, FindsEverySipMessageOnceInOrder) {
              w.raw(std::string("\x02\0\0\0\0\x02\x02\0\0\0\0\x01\x81\x00\x00\x07\x08\x00", 18) + udp4(kBye));
          },
          {{1, kA, kB, "udp", "BYE"}}, 0},
+        {"a datagram cut short by the snapshot length is not parsed", DLT_RAW,
+         [](CaptureWriter& w) {
+             w.raw(udp4(kInvite), 200);
+             w.packet(udp4(kBye));
+         },
+         {{2, kA, kB, "udp", "BYE"}}, 1, {{"truncated_packets", 1}}},
         {"linux cooked v2", DLT_LINUX_SLL2, [](CaptureWriter& w) { w.packet(udp4(kOk)); },
          {{1, kA, kB, "udp", "200"}}, 0},
         {"bsd loopback", DLT_NULL,
