@@ -255,7 +255,7 @@ TEST(KtsipServe, AnswersEachKindOfDatagram) {
 // ring time; a retransmitted INVITE gets the final answer again, with the same tag. A
 // CANCEL while it rings gets 200, and the INVITE 487 instead of 200.
 TEST(KtsipServe, InviteRingsThenAnswersAndCancelEndsIt) {
-    Server server({"--ring-ms", "300"});
+    Server server({"--ring-ms", "300", "--threads", "3"});
     ASSERT_NE(server.port(), 0u);
     Client udp(server.port(), SOCK_DGRAM);
     const std::string offer = "v=0\r\no=- 1 1 IN IP4 127.0.0.1\r\ns=-\r\nc=IN IP4 127.0.0.1\r\nt=0 0\r\n"
@@ -294,7 +294,7 @@ TEST(KtsipServe, InviteRingsThenAnswersAndCancelEndsIt) {
 // Digest: challenge, accepted credentials, a replayed nonce count, a wrong password, and
 // a nonce the server never issued.
 TEST(KtsipServe, RegisterIsChallengedUntilCredentialsValidate) {
-    Server server({"--user", "alice:secret", "--realm", "test.example"});
+    Server server({"--user", "alice:secret", "--realm", "test.example", "--threads", "3"});
     ASSERT_NE(server.port(), 0u);
     Client udp(server.port(), SOCK_DGRAM);
     const std::string contact = "Contact: <sip:alice@127.0.0.1:5099>;expires=120\r\n";
@@ -340,7 +340,7 @@ TEST(KtsipServe, RegisterIsChallengedUntilCredentialsValidate) {
 
 // Framing by Content-Length on one TCP connection.
 TEST(KtsipServe, TcpFramesMessagesByContentLength) {
-    Server server({"--transport", "tcp"});
+    Server server({"--transport", "tcp", "--threads", "3"});
     ASSERT_NE(server.port(), 0u);
     {
         SCOPED_TRACE("two messages in one write");

@@ -49,7 +49,8 @@ void readLimits(const cli::Args& a, serve::Config& config) {
 }  // namespace
 
 int cmd::serve(const std::vector<std::string>& args) {
-    std::vector<std::string> valued = {"--bind", "--port", "--transport", "--realm", "--user", "--threads", "--ring-ms"};
+    std::vector<std::string> valued = {"--bind",    "--port",    "--transport", "--realm",
+                                       "--user",    "--threads", "--ring-ms"};
     valued.insert(valued.end(), kLimitOptions.begin(), kLimitOptions.end());
     cli::Args a(args, {"--quiet", "--json"}, valued);
     if (!a.operands().empty()) throw cli::UsageError("serve takes no operands");

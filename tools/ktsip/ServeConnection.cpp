@@ -51,8 +51,9 @@ void Connection::close() {
 }
 
 void Connection::read() {
+    auto self = shared_from_this();
     m_Socket.async_read_some(
-        asio::buffer(m_Chunk), asio::bind_executor(m_Strand, [self = shared_from_this()](std::error_code ec, std::size_t n) {
+        asio::buffer(m_Chunk), asio::bind_executor(m_Strand, [self](std::error_code ec, std::size_t n) {
             if (self->m_Gone || self->m_Closing) return;
             if (ec) {
                 if (!self->m_Input.empty()) self->m_Counters.dropped("truncated");  // the peer left mid-message

@@ -11,7 +11,8 @@ thread_local unsigned tLines = 0;
 thread_local bool tHeld = false;
 }  // namespace
 
-LibraryLog::LibraryLog(Counters& counters, bool show) : m_Counters(counters), m_Show(show), m_WindowStart(Clock::now()) {}
+LibraryLog::LibraryLog(Counters& counters, bool show)
+    : m_Counters(counters), m_Show(show), m_WindowStart(Clock::now()) {}
 
 void LibraryLog::line(const char* text, unsigned length) {
     if (MuteLibraryLines::active()) return;

@@ -106,7 +106,8 @@ void Server::open() {
     if (m_Config.tcp) {
         const rlim_t limit = descriptorLimit(static_cast<rlim_t>(m_Config.maxConnections) + kReservedDescriptors);
         if (limit < static_cast<rlim_t>(m_MaxConnections) + kReservedDescriptors) {
-            m_MaxConnections = limit > kReservedDescriptors + 1 ? static_cast<unsigned>(limit - kReservedDescriptors) : 1;
+            m_MaxConnections =
+                limit > kReservedDescriptors + 1 ? static_cast<unsigned>(limit - kReservedDescriptors) : 1;
             log("at most " + std::to_string(m_MaxConnections) + " tcp connections: the descriptor limit is " +
                 std::to_string(limit));
         }

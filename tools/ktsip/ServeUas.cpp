@@ -462,7 +462,8 @@ int Uas::checkCredentials(const KtHandle<KtSipRequest>& request, std::string_vie
     const std::string nc = credentials->getValue("nc").c_str();
     const std::string algorithm = credentials->getValue("algorithm").c_str();
     if (repeatsDigestParameter(raw) || !(credentials->getValue("qop") == KtString("auth")) || nc.size() != 8 ||
-        nc.find_first_not_of("0123456789abcdefABCDEF") != std::string::npos || credentials->getValue("cnonce").empty() ||
+        nc.find_first_not_of("0123456789abcdefABCDEF") != std::string::npos ||
+        credentials->getValue("cnonce").empty() ||
         (credentials->hasValue("algorithm") && strcasecmp(algorithm.c_str(), "MD5") != 0) ||
         std::string_view(credentials->getValue("uri").c_str()) != requestUri(raw))
         return 400;
