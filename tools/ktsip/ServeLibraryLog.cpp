@@ -6,7 +6,9 @@
 namespace serve {
 
 namespace {
-// Lines of the message being read on this thread, and whether one of them was held back.
+// Whether this thread is reading a message, its lines so far, and whether one of them was
+// held back. Lines outside a message (made by timers) have only the per-second limit.
+thread_local bool tInMessage = false;
 thread_local unsigned tLines = 0;
 thread_local bool tHeld = false;
 }  // namespace
@@ -20,10 +22,10 @@ void LibraryLog::line(const char* text, unsigned length) {
     if (!m_Show) return;
     std::lock_guard<std::mutex> lock(m_Mutex);
     if (Clock::now() - m_WindowStart >= std::chrono::seconds(1)) flushLocked();
-    if (++tLines > LINES_PER_MESSAGE || m_ShownInWindow >= LINES_PER_SECOND) {
+    if ((tInMessage && ++tLines > LINES_PER_MESSAGE) || m_ShownInWindow >= LINES_PER_SECOND) {
         ++m_HeldLines;
-        if (!tHeld) ++m_HeldMessages;
-        tHeld = true;
+        if (tInMessage && !tHeld) ++m_HeldMessages;
+        tHeld = tInMessage;
         return;
     }
     ++m_ShownInWindow;
@@ -51,11 +53,13 @@ void LibraryLog::flushLocked() {
 }
 
 LibraryLog::Message::Message() {
+    tInMessage = true;
     tLines = 0;
     tHeld = false;
 }
 
 LibraryLog::Message::~Message() {
+    tInMessage = false;
     tLines = 0;
     tHeld = false;
 }

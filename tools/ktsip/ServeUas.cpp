@@ -4,6 +4,7 @@
 #include <strings.h>
 #include <unistd.h>
 
+#include <cctype>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -114,7 +115,8 @@ bool repeatsDigestParameter(std::string_view message) {
             if (equals == std::string::npos) break;
             std::string name;
             for (std::size_t i = p; i < equals; ++i)
-                if (!isBlank(line[i]) && line[i] != ',') name += static_cast<char>(std::tolower(line[i]));
+                if (!isBlank(line[i]) && line[i] != ',')
+                    name += static_cast<char>(std::tolower(static_cast<unsigned char>(line[i])));
             if (!name.empty() && !names.insert(name).second) return true;
             bool quoted = false;
             for (p = equals + 1; p < line.size() && (quoted || line[p] != ','); ++p)
