@@ -33,8 +33,8 @@ struct Config {
     bool json = false;                         ///< print the counts as JSON on exit
 
     // Limits of the TCP side and of Digest nonces (see the ktsip serve documentation).
-    unsigned maxConnections = 1024;            ///< open TCP connections at most
-    unsigned maxConnectionsPerAddress = 512;   ///< open TCP connections from one peer address at most
+    unsigned maxConnections = 4096;            ///< open TCP connections at most
+    unsigned maxConnectionsPerAddress = 2048;  ///< open TCP connections from one peer address at most
     unsigned idleTimeout = 120;                ///< seconds a connection may stay silent between messages
     unsigned messageTimeout = 5;               ///< seconds for a message to arrive whole once begun
     unsigned nonceLifetime = 300;              ///< seconds a Digest nonce stays valid

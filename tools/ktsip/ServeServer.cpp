@@ -15,6 +15,7 @@
 namespace serve {
 
 constexpr std::chrono::milliseconds Server::ACCEPT_BACKOFF;
+constexpr std::chrono::seconds Server::EVICTABLE_AFTER;
 
 namespace {
 
@@ -219,9 +220,10 @@ void Server::accepted(asio::ip::tcp::socket socket) {
 
 std::shared_ptr<Connection> Server::evictLocked(const std::string& address) {
     auto oldest = m_Connections.end();
+    const Clock::time_point recent = Clock::now() - EVICTABLE_AFTER;
     for (auto it = m_Connections.begin(); it != m_Connections.end(); ++it) {
         const Connection& c = *it->second;
-        if (!c.idle() || (!address.empty() && c.address() != address)) continue;
+        if (!c.idle() || c.lastActive() > recent || (!address.empty() && c.address() != address)) continue;
         if (oldest == m_Connections.end() || c.lastActive() < oldest->second->lastActive()) oldest = it;
     }
     if (oldest == m_Connections.end()) return nullptr;

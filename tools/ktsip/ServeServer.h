@@ -34,14 +34,17 @@ class Uas;
 /// - at most `maxConnections` connections are open, and at most `maxConnectionsPerAddress`
 ///   from one peer address. A connection beyond either limit makes room by closing the
 ///   least recently active idle connection (of that address, for the second limit): one
-///   that holds no partial message and no unsent bytes. Only when none is idle is the new
-///   connection closed at once (counted as "connection-limit");
+///   that holds no partial message and no unsent bytes and has been silent for at least
+///   EVICTABLE_AFTER (a connection in the middle of a call is not closed for a newcomer).
+///   Only when none is idle is the new connection closed at once (counted as
+///   "connection-limit");
 /// - when the process runs out of descriptors, accepting pauses for ACCEPT_BACKOFF.
 class Server : public Sender {
 public:
     static const std::size_t INPUT_LIMIT = 64 * 1024;
     static const std::size_t OUTPUT_LIMIT = 1024 * 1024;
     static constexpr std::chrono::milliseconds ACCEPT_BACKOFF{100};
+    static constexpr std::chrono::seconds EVICTABLE_AFTER{1};
 
     Server(const Config& config, Counters& counters);
     ~Server() override;
