@@ -63,6 +63,9 @@ class Server:
         except subprocess.TimeoutExpired:
             self.process.kill()
             self.process.communicate()
+        if self.process.returncode != 0:  # a crash, a sanitizer's report, or no start at all
+            tail = open(self.log.name, "rb").read()[-600:].decode("latin-1")
+            check("server exits with status 0", False, f"status {self.process.returncode}: {tail}")
 
 
 def check(name, ok, detail=""):

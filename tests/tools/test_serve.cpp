@@ -396,7 +396,8 @@ TEST(KtsipServe, RefusesBadOptionsAndBusyPorts) {
     };
     // Bad arguments are usage errors.
     for (const char* args : {"--port 70000", "--transport sctp", "--user nocolon", "--threads 0", "--bind localhost",
-                             "--ring-ms x", "extra-operand"}) {
+                             "--ring-ms x", "extra-operand", "--max-connections 0", "--message-timeout x",
+                             "--max-connections-per-address -1"}) {
         EXPECT_EQ(run(args), 2) << args;
     }
     // A port that another socket holds is a failure of the run.
