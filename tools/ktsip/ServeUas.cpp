@@ -653,7 +653,7 @@ void Uas::finishInvite(const std::string& key, Invite& invite, const KtSipRespon
     invite.due = now + INVITE_LINGER;
     m_Lingering.emplace_back(invite.due, key);
     sendBytes(invite.final, code, invite.peer);
-    if (code / 100 == 2 && invite.peer.kind == Peer::Udp) {
+    if (code / 100 == 2) {
         // Sent again until the ACK arrives (RFC 3261 13.3.1.4).
         invite.answeredAt = now;
         invite.interval = T1;

@@ -28,9 +28,9 @@ class LibraryLog;
 /// - the INVITEs it is ringing or has answered recently, by transaction key (so that a
 ///   CANCEL finds its INVITE, and a retransmitted INVITE gets the same answer again);
 /// - the Digest nonces it has issued;
-/// - the 2xx responses to INVITEs over UDP that no ACK has confirmed yet, sent again at
-///   T1, 2*T1, ... up to T2 apart until the ACK arrives or 64*T1 has passed (over TCP the
-///   transport delivers them).
+/// - the 2xx responses to INVITEs that no ACK has confirmed yet, sent again at T1, 2*T1,
+///   ... up to T2 apart until the ACK arrives or 64*T1 has passed (over TCP too: the
+///   resends are the user agent's, not the transport's).
 ///
 /// Digest policy (REGISTER with users): a challenge offers MD5 with qop "auth". Credentials
 /// are refused with 400 when a parameter appears twice, when they do not answer with qop
