@@ -171,9 +171,14 @@ TEST(KtsipScan, FindsEverySipMessageOnceInOrder) {
          {{4, kA, kB, "tcp", "INVITE"}, {4, kA, kB, "tcp", "BYE"}, {6, kA, kB, "tcp", "BYE"},
           {6, kA, kB, "tcp", "ACK"}},
          3},
-        {"tcp joined in the middle of a message", DLT_EN10MB,
-         [](CaptureWriter& w) { w.packet(tcp4(77, kInvite.substr(50) + kBye)); },
-         {{1, kA, kB, "tcp", "BYE"}}, 0},
+        {"tcp joined in the middle of a message; a message without Content-Length ends at its blank line",
+         DLT_EN10MB,
+         [](CaptureWriter& w) {
+             std::string options = request("OPTIONS", 9);
+             options.erase(options.find("Content-Length: 0\r\n"), 19);
+             w.packet(tcp4(77, kInvite.substr(50) + options + kBye));
+         },
+         {{1, kA, kB, "tcp", "OPTIONS"}, {1, kA, kB, "tcp", "BYE"}}, 0},
         {"a stream that never frames a message is dropped", DLT_EN10MB,
          [](CaptureWriter& w) {
              for (std::uint32_t i = 0; i < 50; ++i) w.packet(tcp4(i * 1400, std::string(1400, 'z')));

@@ -140,6 +140,7 @@ std::size_t ScanTcpStream::consume(const char* p, std::size_t n, const Sink& sin
             case serve::Frame::NeedMore:
                 return at;
             case serve::Frame::Message:
+            case serve::Frame::NoLength:  // a message without Content-Length ends at its blank line
             case serve::Frame::Ping:
                 ++m_Messages;
                 sink(front, frame.length);

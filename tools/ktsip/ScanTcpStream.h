@@ -9,9 +9,9 @@
 #include <string>
 
 /// Puts the segments of one TCP direction back in sequence order (bytes seen before are
-/// taken once) and cuts the byte stream into messages the way `ktsip serve` does: each
-/// ends Content-Length bytes after its header section, or at its empty line when it has
-/// no Content-Length. A CR LF CR LF keep-alive comes out as a message of its own; stray
+/// taken once) and cuts the byte stream into messages with the framing of `ktsip serve`:
+/// each ends Content-Length bytes after its header section, or (where the server refuses
+/// it) at its empty line when it has no Content-Length. A CR LF CR LF keep-alive comes out as a message of its own; stray
 /// line ends between messages are skipped.
 ///
 /// Bytes that do not start like SIP (a capture that began in the middle of a connection,
