@@ -181,118 +181,181 @@ __attribute__((always_inline)) inline void KtParameters::setUnlocked(const char*
     appendUnlocked(name, nameLength, value, valueLength, hasValue);
 }
 
-// Reads one pair straight from the stream's window when the pair ends inside it, which is
-// the usual case (a header value is one window ending in CR LF). Returns false, having
-// consumed nothing, when the pair reaches the end of the window, when a piece would not fit
-// the work buffers of the general reader, or when an escape inside quotes stands in the
-// name: the general reader then handles the pair. On success `stop` is the byte the pair
-// ended at (left in the stream).
-// Inlined into parseUnlocked, its only caller, which runs it once per pair.
-__attribute__((always_inline)) inline bool KtParameters::parsePairInPlace(KtInputStream& in, bool commaEnds,
-                                                                         int& stop) {
-    const unsigned kMax = 1024;
-    const char* const begin = in.current();
-    const char* const end = in.end();
-    const char* p = begin;
-    const char* eq = nullptr;  // the "=" that starts the value
+namespace {
+
+// The longest name, and the longest value, of a pair (longer ones are refused).
+constexpr unsigned kPairMax = 1024;
+
+}  // namespace
+
+// The reading of one pair, over its text given from its first byte. Offsets count from there.
+struct KtParameters::PairScan {
+    unsigned pos = 0;  // bytes read
+    unsigned nameLength = 0;
+    unsigned valueLength = 0;
+    int equals = -1;           // offset of the "=" that starts the value
     bool quoted = false;
-    int c = -1;
-    // Bytes that need a decision, the separator among them; the others are skipped in bulk.
+    bool nameEscapes = false;  // an escape pair stood in the name (it is moved into the value)
+};
+
+enum class KtParameters::PairEnd : unsigned char { Stopped, NeedMore, TooLong };
+
+// The pair grammar, over `length` bytes of `text` from `scan.pos` on; `atEnd` tells that no
+// byte follows them. A pair ends, unread, at CR, LF, the end of the input and, outside
+// quotes, at the separator or (when `commaEnds`) at ","; its first "=" outside quotes starts
+// the value. Quotes are kept; inside them a backslash and the byte after it (not CR or LF)
+// go together into the value, even from the name. Name and value hold at most kPairMax
+// bytes: the byte that would pass that is read and TooLong returned. NeedMore is returned
+// when the text ends before the pair does (a backslash then stays unread). With `Store`, the
+// name and value are copied to `name` and `value` (used when an escape stood in the name).
+template <bool Store>
+__attribute__((always_inline)) inline KtParameters::PairEnd KtParameters::scanPair(const char* text, unsigned length, bool atEnd,
+                                                                    bool commaEnds, PairScan& scan, int& stop,
+                                                                    char* name, char* value) const {
+    // Bytes that need a decision, the separator among them; the others are taken in bulk.
     // The usual ";" lists have a table with their separator; other lists test it apart.
     static const KtDelimiterSet semicolonList("\r\n\",=\\;");
     static const KtDelimiterSet special("\r\n\",=\\");
     const char separator = m_Separator;
     const bool semicolons = separator == ';';
-    while (p < end) {
+    const char* const end = text + length;
+    while (scan.pos < length) {
+        const char* p = text + scan.pos;
+        const char* q = p;
         if (semicolons) {
-            p = semicolonList.findIn(p, end);
-            if (p == end) return false;
+            q = semicolonList.findIn(p, end);
         } else {
-            while (!special.contains(static_cast<unsigned char>(*p)) && *p != separator)
-                if (++p == end) return false;
+            while (q < end && !special.contains(static_cast<unsigned char>(*q)) && *q != separator) ++q;
         }
-        c = static_cast<unsigned char>(*p);
-        if (c == '\r' || c == '\n') break;
-        if (!quoted && (c == m_Separator || (commaEnds && c == ','))) break;
-        ++p;
-        if (c == '"') quoted = !quoted;
-        if (eq == nullptr && !quoted && c == '=') {
-            eq = p - 1;
+        unsigned& count = scan.equals < 0 ? scan.nameLength : scan.valueLength;
+        const unsigned plain = static_cast<unsigned>(q - p);
+        if (count + plain > kPairMax) {
+            scan.pos += kPairMax - count + 1;
+            return PairEnd::TooLong;
+        }
+        if (Store) std::memcpy((scan.equals < 0 ? name : value) + count, p, plain);
+        count += plain;
+        scan.pos += plain;
+        if (q == end) break;
+        const int c = static_cast<unsigned char>(*q);
+        if (c == '\r' || c == '\n' || (!scan.quoted && (c == separator || (commaEnds && c == ',')))) {
+            stop = c;
+            return PairEnd::Stopped;
+        }
+        if (c == '"') scan.quoted = !scan.quoted;
+        if (scan.equals < 0 && !scan.quoted && c == '=') {
+            scan.equals = static_cast<int>(scan.pos++);
             continue;
         }
-        if (c == '\\' && quoted) {
-            if (p == end) return false;
-            if (*p != '\r' && *p != '\n') {
-                if (eq == nullptr) return false;  // the general reader moves it into the value
-                ++p;
+        if (c == '\\' && scan.quoted) {
+            if (scan.pos + 1 == length && !atEnd) return PairEnd::NeedMore;
+            const int next = scan.pos + 1 < length ? static_cast<unsigned char>(q[1]) : -1;
+            if (next >= 0 && next != '\r' && next != '\n') {
+                if (scan.valueLength + 2 > kPairMax) {
+                    scan.pos += 1;
+                    return PairEnd::TooLong;
+                }
+                if (Store) std::memcpy(value + scan.valueLength, q, 2);
+                scan.valueLength += 2;
+                if (scan.equals < 0) scan.nameEscapes = true;
+                scan.pos += 2;
+                continue;
             }
         }
+        unsigned& into = scan.equals < 0 ? scan.nameLength : scan.valueLength;
+        if (into + 1 > kPairMax) {
+            scan.pos += 1;
+            return PairEnd::TooLong;
+        }
+        if (Store) (scan.equals < 0 ? name : value)[into] = static_cast<char>(c);
+        ++into;
+        ++scan.pos;
     }
-    if (p == end) return false;
-    const char* nb = begin;
-    const char* ne = eq ? eq : p;
-    const char* vb = eq ? eq + 1 : p;
-    const char* ve = p;
-    if (static_cast<unsigned>(ne - nb) > kMax || static_cast<unsigned>(ve - vb) > kMax) return false;
+    if (!atEnd) return PairEnd::NeedMore;
+    stop = -1;
+    return PairEnd::Stopped;
+}
+
+// Stores the pair read by `scan` from `text`: name and value trimmed, no pair for an empty
+// name.
+inline void KtParameters::storePair(const char* text, const PairScan& scan, bool commaEnds) {
+    const char* nb = text;
+    const char* ne = text + (scan.equals < 0 ? scan.pos : static_cast<unsigned>(scan.equals));
+    const char* vb = scan.equals < 0 ? ne : text + scan.equals + 1;
+    const char* ve = text + scan.pos;
+    char name[kPairMax];
+    char value[kPairMax];
+    if (scan.nameEscapes) {
+        // The name loses the escape pairs to the value: read the pair again, copying.
+        PairScan copy;
+        int stop;
+        scanPair<true>(text, scan.pos, true, commaEnds, copy, stop, name, value);
+        nb = name;
+        ne = name + copy.nameLength;
+        vb = value;
+        ve = value + copy.valueLength;
+    }
     ktTrimRange(nb, ne);
     ktTrimRange(vb, ve);
-    if (ne > nb) setUnlocked(nb, static_cast<unsigned>(ne - nb), vb, static_cast<unsigned>(ve - vb), eq != nullptr);
-    in.setCurrent(p);
-    stop = c;
-    return true;
+    if (ne > nb) setUnlocked(nb, static_cast<unsigned>(ne - nb), vb, static_cast<unsigned>(ve - vb), scan.equals >= 0);
+}
+
+// Reads one pair from `in` and returns the byte it ended at (left in the stream), or -1 at
+// the end of the input. The pair is read where it stands when it ends inside the stream's
+// window, the usual case; otherwise its text is gathered window by window into a buffer
+// that holds the longest pair, and read there by the same grammar.
+__attribute__((always_inline)) inline int KtParameters::readPair(KtInputStream& in, bool commaEnds) {
+    PairScan scan;
+    int stop = -1;
+    const char* window = in.current();
+    unsigned available = static_cast<unsigned>(in.end() - window);
+    PairEnd result = scanPair<false>(window, available, false, commaEnds, scan, stop, nullptr, nullptr);
+    if (result == PairEnd::Stopped) {
+        storePair(window, scan, commaEnds);
+        in.setCurrent(window + scan.pos);
+        return stop;
+    }
+    // Room for every byte the grammar can read before it stops or refuses the pair: a name,
+    // "=", a value, and the bytes that end them.
+    char text[2 * kPairMax + 4];
+    unsigned gathered = 0;  // bytes of the pair from earlier windows
+    for (;;) {
+        if (result == PairEnd::TooLong) {
+            in.setCurrent(window + (scan.pos - gathered));
+            KtException::sThrow("Parameter too long");
+        }
+        if (result == PairEnd::Stopped) {
+            storePair(text, scan, commaEnds);
+            in.setCurrent(window + (scan.pos - gathered));
+            return stop;
+        }
+        // The window ended first: keep its bytes and read on in the next one.
+        if (available > sizeof text - gathered) available = static_cast<unsigned>(sizeof text - gathered);
+        std::memcpy(text + gathered, window, available);
+        gathered += available;
+        in.setCurrent(window + available);
+        if (!in.fill()) {
+            window = in.current();
+            result = scanPair<false>(text, gathered, true, commaEnds, scan, stop, nullptr, nullptr);
+            continue;  // the pair ends with the input (pos is then `gathered`)
+        }
+        window = in.current();
+        available = static_cast<unsigned>(in.end() - window);
+        const unsigned room = static_cast<unsigned>(sizeof text - gathered);
+        const unsigned taken = available < room ? available : room;
+        std::memcpy(text + gathered, window, taken);
+        result = scanPair<false>(text, gathered + taken, false, commaEnds, scan, stop, nullptr, nullptr);
+        if (result == PairEnd::NeedMore) {
+            // Every byte of this window was read (or a final backslash waits): keep them.
+            available = taken;
+        }
+    }
 }
 
 void KtParameters::parseUnlocked(KtInputStream& in) {
-    // A pair is read in place when it ends inside the stream's window; otherwise it is
-    // collected into a bounded work buffer: name, then (after "=") value. Quoted text may
-    // contain any byte but CR/LF; the quotes are kept with the value.
-    const unsigned kMax = 1024;
     const bool commaEnds = m_Separator != ',';
     for (;;) {
-        int c;
-        if (!parsePairInPlace(in, commaEnds, c)) {
-            char name[kMax];
-            char value[kMax];
-            unsigned nameLen = 0, valueLen = 0;
-            bool inValue = false, quoted = false;
-            for (;;) {
-                c = in.peek();
-                if (c < 0 || c == '\r' || c == '\n') break;
-                if (!quoted && (c == m_Separator || (commaEnds && c == ','))) break;
-                in.advance(1);
-                if (c == '"') quoted = !quoted;
-                if (!inValue && !quoted && c == '=') {
-                    inValue = true;
-                    continue;
-                }
-                if (c == '\\' && quoted) {
-                    // Keep an escaped byte inside a quoted value as it stands.
-                    int next = in.peek();
-                    if (next >= 0 && next != '\r' && next != '\n') {
-                        if (valueLen + 2 > kMax) KtException::sThrow("Parameter too long");
-                        value[valueLen++] = '\\';
-                        value[valueLen++] = static_cast<char>(next);
-                        in.advance(1);
-                        continue;
-                    }
-                }
-                if (inValue) {
-                    if (valueLen + 1 > kMax) KtException::sThrow("Parameter too long");
-                    value[valueLen++] = static_cast<char>(c);
-                } else {
-                    if (nameLen + 1 > kMax) KtException::sThrow("Parameter too long");
-                    name[nameLen++] = static_cast<char>(c);
-                }
-            }
-            const char* nb = name;
-            const char* ne = name + nameLen;
-            ktTrimRange(nb, ne);
-            const char* vb = value;
-            const char* ve = value + valueLen;
-            ktTrimRange(vb, ve);
-            if (ne > nb)
-                setUnlocked(nb, static_cast<unsigned>(ne - nb), vb, static_cast<unsigned>(ve - vb), inValue);
-        }
+        const int c = readPair(in, commaEnds);
         if (c == m_Separator) {
             in.advance(1);
             while (isBlank(in.peek())) in.advance(1);

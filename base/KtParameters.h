@@ -178,7 +178,13 @@ private:
     void erasePair(unsigned i);
     void clearPairs() noexcept;
     void freeBlocks() noexcept;
-    bool parsePairInPlace(KtInputStream& in, bool commaEnds, int& stop);
+    struct PairScan;
+    enum class PairEnd : unsigned char;
+    template <bool Store>
+    PairEnd scanPair(const char* text, unsigned length, bool atEnd, bool commaEnds, PairScan& scan, int& stop,
+                     char* name, char* value) const;
+    void storePair(const char* text, const PairScan& scan, bool commaEnds);
+    int readPair(KtInputStream& in, bool commaEnds);
     int findUnlocked(const char* name) const;
     bool removeUnlocked(const char* name);
     void setUnlocked(const char* name, unsigned nameLength, const char* value, unsigned valueLength, bool hasValue);
