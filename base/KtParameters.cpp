@@ -206,9 +206,11 @@ enum class KtParameters::PairEnd : unsigned char { Stopped, NeedMore, TooLong };
 // the value. Quotes are kept; inside them a backslash and the byte after it (not CR or LF)
 // go together into the value, even from the name. Name and value hold at most kPairMax
 // bytes: the byte that would pass that is read and TooLong returned. NeedMore is returned
-// when the text ends before the pair does (a backslash then stays unread). With `Store`, the
-// name and value are copied to `name` and `value` (used when an escape stood in the name).
-template <bool Store>
+// when the text ends before the pair does (a backslash then stays unread). Without `Count`
+// the lengths are not kept (nor TooLong told): the usual pair is read at that cost, and
+// tellsLengths says whether its positions give them. With `Store` (and `Count`), the name
+// and value are copied to `name` and `value` (used when an escape stood in the name).
+template <bool Count, bool Store>
 __attribute__((always_inline)) inline KtParameters::PairEnd KtParameters::scanPair(const char* text, unsigned length, bool atEnd,
                                                                     bool commaEnds, PairScan& scan, int& stop,
                                                                     char* name, char* value) const {
@@ -219,58 +221,70 @@ __attribute__((always_inline)) inline KtParameters::PairEnd KtParameters::scanPa
     const char separator = m_Separator;
     const bool semicolons = separator == ';';
     const char* const end = text + length;
-    while (scan.pos < length) {
-        const char* p = text + scan.pos;
+    unsigned pos = scan.pos;  // kept in a register while the loop runs
+    while (pos < length) {
+        const char* p = text + pos;
         const char* q = p;
         if (semicolons) {
             q = semicolonList.findIn(p, end);
         } else {
             while (q < end && !special.contains(static_cast<unsigned char>(*q)) && *q != separator) ++q;
         }
-        unsigned& count = scan.equals < 0 ? scan.nameLength : scan.valueLength;
         const unsigned plain = static_cast<unsigned>(q - p);
-        if (count + plain > kPairMax) {
-            scan.pos += kPairMax - count + 1;
-            return PairEnd::TooLong;
+        if (Count) {
+            unsigned& count = scan.equals < 0 ? scan.nameLength : scan.valueLength;
+            if (count + plain > kPairMax) {
+                scan.pos = pos + kPairMax - count + 1;
+                return PairEnd::TooLong;
+            }
+            if (Store) std::memcpy((scan.equals < 0 ? name : value) + count, p, plain);
+            count += plain;
         }
-        if (Store) std::memcpy((scan.equals < 0 ? name : value) + count, p, plain);
-        count += plain;
-        scan.pos += plain;
+        pos += plain;
         if (q == end) break;
         const int c = static_cast<unsigned char>(*q);
         if (c == '\r' || c == '\n' || (!scan.quoted && (c == separator || (commaEnds && c == ',')))) {
             stop = c;
+            scan.pos = pos;
             return PairEnd::Stopped;
         }
         if (c == '"') scan.quoted = !scan.quoted;
         if (scan.equals < 0 && !scan.quoted && c == '=') {
-            scan.equals = static_cast<int>(scan.pos++);
+            scan.equals = static_cast<int>(pos++);
             continue;
         }
         if (c == '\\' && scan.quoted) {
-            if (scan.pos + 1 == length && !atEnd) return PairEnd::NeedMore;
-            const int next = scan.pos + 1 < length ? static_cast<unsigned char>(q[1]) : -1;
+            if (pos + 1 == length && !atEnd) {
+                scan.pos = pos;
+                return PairEnd::NeedMore;
+            }
+            const int next = pos + 1 < length ? static_cast<unsigned char>(q[1]) : -1;
             if (next >= 0 && next != '\r' && next != '\n') {
-                if (scan.valueLength + 2 > kPairMax) {
-                    scan.pos += 1;
-                    return PairEnd::TooLong;
+                if (Count) {
+                    if (scan.valueLength + 2 > kPairMax) {
+                        scan.pos = pos + 1;
+                        return PairEnd::TooLong;
+                    }
+                    if (Store) std::memcpy(value + scan.valueLength, q, 2);
+                    scan.valueLength += 2;
                 }
-                if (Store) std::memcpy(value + scan.valueLength, q, 2);
-                scan.valueLength += 2;
                 if (scan.equals < 0) scan.nameEscapes = true;
-                scan.pos += 2;
+                pos += 2;
                 continue;
             }
         }
-        unsigned& into = scan.equals < 0 ? scan.nameLength : scan.valueLength;
-        if (into + 1 > kPairMax) {
-            scan.pos += 1;
-            return PairEnd::TooLong;
+        if (Count) {
+            unsigned& into = scan.equals < 0 ? scan.nameLength : scan.valueLength;
+            if (into + 1 > kPairMax) {
+                scan.pos = pos + 1;
+                return PairEnd::TooLong;
+            }
+            if (Store) (scan.equals < 0 ? name : value)[into] = static_cast<char>(c);
+            ++into;
         }
-        if (Store) (scan.equals < 0 ? name : value)[into] = static_cast<char>(c);
-        ++into;
-        ++scan.pos;
+        ++pos;
     }
+    scan.pos = pos;
     if (!atEnd) return PairEnd::NeedMore;
     stop = -1;
     return PairEnd::Stopped;
@@ -278,38 +292,74 @@ __attribute__((always_inline)) inline KtParameters::PairEnd KtParameters::scanPa
 
 // Stores the pair read by `scan` from `text`: name and value trimmed, no pair for an empty
 // name.
-inline void KtParameters::storePair(const char* text, const PairScan& scan, bool commaEnds) {
+__attribute__((always_inline)) inline void KtParameters::storePair(const char* text, const PairScan& scan,
+                                                                  bool commaEnds) {
+    if (scan.nameEscapes) {
+        storeEscapedPair(text, scan.pos, commaEnds);
+        return;
+    }
     const char* nb = text;
     const char* ne = text + (scan.equals < 0 ? scan.pos : static_cast<unsigned>(scan.equals));
     const char* vb = scan.equals < 0 ? ne : text + scan.equals + 1;
     const char* ve = text + scan.pos;
-    char name[kPairMax];
-    char value[kPairMax];
-    if (scan.nameEscapes) {
-        // The name loses the escape pairs to the value: read the pair again, copying.
-        PairScan copy;
-        int stop;
-        scanPair<true>(text, scan.pos, true, commaEnds, copy, stop, name, value);
-        nb = name;
-        ne = name + copy.nameLength;
-        vb = value;
-        ve = value + copy.valueLength;
-    }
     ktTrimRange(nb, ne);
     ktTrimRange(vb, ve);
     if (ne > nb) setUnlocked(nb, static_cast<unsigned>(ne - nb), vb, static_cast<unsigned>(ve - vb), scan.equals >= 0);
 }
 
+// As storePair for a pair whose name held an escape pair: the name loses it to the value, so
+// the pair's `length` bytes are read again, copying name and value apart.
+__attribute__((noinline)) void KtParameters::storeEscapedPair(const char* text, unsigned length, bool commaEnds) {
+    char name[kPairMax];
+    char value[kPairMax];
+    PairScan scan;
+    int stop;
+    scanPair<true, true>(text, length, true, commaEnds, scan, stop, name, value);
+    const char* nb = name;
+    const char* ne = name + scan.nameLength;
+    const char* vb = value;
+    const char* ve = value + scan.valueLength;
+    ktTrimRange(nb, ne);
+    ktTrimRange(vb, ve);
+    if (ne > nb) setUnlocked(nb, static_cast<unsigned>(ne - nb), vb, static_cast<unsigned>(ve - vb), scan.equals >= 0);
+}
+
+// True when a pair read without counting ended within the limits and with no escape in its
+// name: its name and value are then the bytes before and after its "=", as counted.
+inline bool KtParameters::tellsLengths(const PairScan& scan) {
+    if (scan.nameEscapes) return false;
+    if (scan.pos <= kPairMax) return true;  // the usual pair: both parts are shorter
+    if (scan.equals < 0) return false;
+    return static_cast<unsigned>(scan.equals) <= kPairMax && scan.pos - scan.equals - 1 <= kPairMax;
+}
+
 // Reads one pair from `in` and returns the byte it ended at (left in the stream), or -1 at
-// the end of the input. The pair is read where it stands when it ends inside the stream's
-// window, the usual case; otherwise its text is gathered window by window into a buffer
-// that holds the longest pair, and read there by the same grammar.
+// the end of the input. The usual pair ends inside the stream's window and is read where it
+// stands; any other (crossing the window, too long, an escape in its name) is read again
+// by countPair.
 __attribute__((always_inline)) inline int KtParameters::readPair(KtInputStream& in, bool commaEnds) {
     PairScan scan;
     int stop = -1;
     const char* window = in.current();
+    const unsigned available = static_cast<unsigned>(in.end() - window);
+    if (scanPair<false, false>(window, available, false, commaEnds, scan, stop, nullptr, nullptr) != PairEnd::Stopped ||
+        !tellsLengths(scan))
+        return countPair(in);
+    storePair(window, scan, commaEnds);
+    in.setCurrent(window + scan.pos);
+    return stop;
+}
+
+// readPair counting the lengths: a pair that ends inside the window is read there; otherwise
+// its text is gathered window by window into a buffer that holds the longest pair, and read
+// there by the same grammar.
+__attribute__((noinline)) int KtParameters::countPair(KtInputStream& in) {
+    const bool commaEnds = m_Separator != ',';
+    PairScan scan;
+    int stop = -1;
+    const char* window = in.current();
     unsigned available = static_cast<unsigned>(in.end() - window);
-    PairEnd result = scanPair<false>(window, available, false, commaEnds, scan, stop, nullptr, nullptr);
+    PairEnd result = scanPair<true, false>(window, available, false, commaEnds, scan, stop, nullptr, nullptr);
     if (result == PairEnd::Stopped) {
         storePair(window, scan, commaEnds);
         in.setCurrent(window + scan.pos);
@@ -336,7 +386,7 @@ __attribute__((always_inline)) inline int KtParameters::readPair(KtInputStream& 
         in.setCurrent(window + available);
         if (!in.fill()) {
             window = in.current();
-            result = scanPair<false>(text, gathered, true, commaEnds, scan, stop, nullptr, nullptr);
+            result = scanPair<true, false>(text, gathered, true, commaEnds, scan, stop, nullptr, nullptr);
             continue;  // the pair ends with the input (pos is then `gathered`)
         }
         window = in.current();
@@ -344,11 +394,8 @@ __attribute__((always_inline)) inline int KtParameters::readPair(KtInputStream& 
         const unsigned room = static_cast<unsigned>(sizeof text - gathered);
         const unsigned taken = available < room ? available : room;
         std::memcpy(text + gathered, window, taken);
-        result = scanPair<false>(text, gathered + taken, false, commaEnds, scan, stop, nullptr, nullptr);
-        if (result == PairEnd::NeedMore) {
-            // Every byte of this window was read (or a final backslash waits): keep them.
-            available = taken;
-        }
+        result = scanPair<true, false>(text, gathered + taken, false, commaEnds, scan, stop, nullptr, nullptr);
+        if (result == PairEnd::NeedMore) available = taken;  // every byte of this window was read
     }
 }
 
@@ -370,17 +417,17 @@ void KtParameters::parse(KtInputStream& in) {
     parseUnlocked(in);
 }
 
-void KtParameters::parseUnshared(KtInputStream& in) {
+void KtParameters::parse(KtInputStream& in, Owner) {
     unshared([&] { parseUnlocked(in); });
 }
 
-void KtParameters::setValueUnshared(const char* name, const char* value) {
+void KtParameters::setValue(const char* name, const char* value, Owner) {
     if (name == nullptr) return;
-    setValueUnshared(name, static_cast<unsigned>(std::strlen(name)), value,
-                     value ? static_cast<unsigned>(std::strlen(value)) : 0, value != nullptr);
+    setValue(name, static_cast<unsigned>(std::strlen(name)), value, value ? static_cast<unsigned>(std::strlen(value)) : 0,
+             value != nullptr, sOwner);
 }
 
-void KtParameters::reserveUnshared(unsigned pairs, unsigned textBytes) {
+void KtParameters::reserve(unsigned pairs, unsigned textBytes, Owner) {
     // Bounded, so that an estimate from a large input cannot ask for a huge block.
     const unsigned kMaxPairs = 256, kMaxText = 1u << 16;
     if (pairs > kMaxPairs) pairs = kMaxPairs;
@@ -391,31 +438,31 @@ void KtParameters::reserveUnshared(unsigned pairs, unsigned textBytes) {
     });
 }
 
-void KtParameters::setValueUnshared(const char* name, unsigned nameLength, const char* value, unsigned valueLength,
-                                    bool hasValue) {
+void KtParameters::setValue(const char* name, unsigned nameLength, const char* value, unsigned valueLength, bool hasValue,
+                            Owner) {
     unshared([&] { setUnlocked(name, nameLength, value, valueLength, hasValue); });
 }
 
-void KtParameters::clearUnshared() {
+void KtParameters::clear(Owner) {
     unshared([&] { clearPairs(); });
 }
 
-bool KtParameters::hasNameUnshared(const char* name) const {
+bool KtParameters::hasName(const char* name, Owner) const {
     return unshared([&] { return findUnlocked(name) >= 0; });
 }
 
-KtString KtParameters::getValueUnshared(const char* name) const {
+KtString KtParameters::getValue(const char* name, Owner) const {
     return unshared([&] {
         int i = findUnlocked(name);
         return i < 0 ? KtString() : valueString(m_pPairs[static_cast<unsigned>(i)]);
     });
 }
 
-bool KtParameters::removeValueUnshared(const char* name) {
+bool KtParameters::removeValue(const char* name, Owner) {
     return unshared([&] { return removeUnlocked(name); });
 }
 
-unsigned KtParameters::sizeUnshared() const {
+unsigned KtParameters::size(Owner) const {
     return m_Size;  // an atomic read, as in size()
 }
 

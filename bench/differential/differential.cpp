@@ -152,28 +152,17 @@ void nameAddress(KtInputStream& in) {
     guarded([&] { put("wire", capture([&](KtOutputStream& out) { a->serialize(out); })); });
 }
 
-// The pair lists are read from a byte array (`range` false) or from a range of characters.
-void challenge(const std::string& text, bool range) {
+// A Digest pair list read from a byte array (`range` false) or from a range of characters.
+template <class Info>
+void digest(const std::string& text, bool range) {
     const unsigned length = static_cast<unsigned>(text.size());
-    KtHandle<KtSipDigestChallengeInfo> c;
+    KtHandle<Info> info;
     guarded([&] {
-        c = range ? KtSipDigestChallengeInfo::sCreateFrom(text.data(), length)
-                  : KtSipDigestChallengeInfo::sCreateFrom(KtByteArray::sCreate(length, text.data()));
+        info = range ? Info::sCreateFrom(text.data(), length) : Info::sCreateFrom(KtByteArray::sCreate(length, text.data()));
     });
-    if (c.isNil()) return;
-    guarded([&] { put("wire", capture([&](KtOutputStream& out) { c->serialize(out); })); });
-    put("realm", c->getRealm());
-}
-
-void credentials(const std::string& text, bool range) {
-    const unsigned length = static_cast<unsigned>(text.size());
-    KtHandle<KtSipDigestCredentialsInfo> c;
-    guarded([&] {
-        c = range ? KtSipDigestCredentialsInfo::sCreateFrom(text.data(), length)
-                  : KtSipDigestCredentialsInfo::sCreateFrom(KtByteArray::sCreate(length, text.data()));
-    });
-    if (c.isNil()) return;
-    guarded([&] { put("wire", capture([&](KtOutputStream& out) { c->serialize(out); })); });
+    if (info.isNil()) return;
+    guarded([&] { put("wire", capture([&](KtOutputStream& out) { info->serialize(out); })); });
+    put("realm", info->getRealm());
 }
 
 // One input through the entry point of `kind`, from a stream that is `growing` or whole.
@@ -195,9 +184,9 @@ void run(const std::string& kind, const std::string& text, bool growing) {
     } else if (kind == "nameaddr") {
         nameAddress(in);
     } else if (kind == "challenge") {
-        challenge(text, growing);
+        digest<KtSipDigestChallengeInfo>(text, growing);
     } else if (kind == "credentials") {
-        credentials(text, growing);
+        digest<KtSipDigestCredentialsInfo>(text, growing);
     }
     if (kind != "uri") put("rest", drain(in));
     put("log", gLog);

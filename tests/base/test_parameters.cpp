@@ -73,7 +73,7 @@ TEST(KtParameters, ReaderAgreesWithTheLockedGetters) {
     std::vector<std::string> byName, byIndex;
     {
         const KtParameters::Reader reader(p);
-        ASSERT_EQ(reader.size(), p.sizeUnshared());
+        ASSERT_EQ(reader.size(), p.size(KtParameters::sOwner));
         for (const std::string& name : names) {
             KtByteArrayOutputStream out;
             reader.writeValue(out, name.c_str());
@@ -153,10 +153,10 @@ TEST(KtParameters, ManyPairsKeepTheirOrderThroughRemovalAndCopy) {
     list->parse("a=1;b=2;c=3;d=4;e=5;f=6;g=7;h=8;i=9");
     EXPECT_TRUE(list->removeValue("a"));
     EXPECT_TRUE(list->removeValue("e"));
-    list->setValueUnshared("j", "10");
+    list->setValue("j", "10", KtParameters::sOwner);
     KtHandle<KtParameters> copy(list->clone());
     EXPECT_STREQ("b=2;c=3;d=4;f=6;g=7;h=8;i=9;j=10", copy->getString().c_str());
-    copy->clearUnshared();
+    copy->clear(KtParameters::sOwner);
     EXPECT_EQ(0u, copy->size());
     EXPECT_EQ(8u, list->size());
 }
@@ -166,11 +166,11 @@ TEST(KtParameters, ManyPairsKeepTheirOrderThroughRemovalAndCopy) {
 TEST(KtParameters, ReservedRoomKeepsPairsAndIsBounded) {
     KtHandle<KtParameters> list(new KtParameters(';'));
     list->parse("a=1;b");
-    list->reserveUnshared(20, 400);
+    list->reserve(20, 400, KtParameters::sOwner);
     std::string expected = "a=1;b";
     for (int i = 0; i < 20; ++i) {
         const std::string name = "n" + std::to_string(i), value = std::string(i, 'v');
-        list->setValueUnshared(name.c_str(), value.c_str());
+        list->setValue(name.c_str(), value.c_str(), KtParameters::sOwner);
         expected += ";" + name + "=" + value;
     }
     EXPECT_EQ(expected, list->getString().c_str());
@@ -178,8 +178,8 @@ TEST(KtParameters, ReservedRoomKeepsPairsAndIsBounded) {
     const long long before = Torvane::MemPool::sStatsFor("KtParameters").liveBytes;
     {
         KtHandle<KtParameters> huge(new KtParameters(';'));
-        huge->reserveUnshared(~0u, ~0u);
-        huge->setValueUnshared("x", "y");
+        huge->reserve(~0u, ~0u, KtParameters::sOwner);
+        huge->setValue("x", "y", KtParameters::sOwner);
         EXPECT_STREQ("x=y", huge->getString().c_str());
         EXPECT_LT(Torvane::MemPool::sStatsFor("KtParameters").liveBytes - before, 128 * 1024);
     }
