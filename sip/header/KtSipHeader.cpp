@@ -389,3 +389,9 @@ KtString KtSipHeader::getValueString() const {
     doSerialize(out);
     return KtString(out.data(), out.size());
 }
+
+void KtSipHeader::parseText(const char* text) {
+    if (!text) text = "";
+    KtByteArrayInputStream in(text, static_cast<unsigned>(std::strlen(text)));
+    doParse(in);
+}
