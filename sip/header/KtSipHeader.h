@@ -117,7 +117,9 @@ public:
     virtual void doSerialize(KtOutputStream& out) const = 0;
 
     /// Registers `constructor` under `token` (case-insensitive; the first registration of a
-    /// name wins). `token` must stay valid for the life of the process.
+    /// name wins). `token` must stay valid for the life of the process. There is no limit:
+    /// the first 128 names are looked up through a probe table, any further ones through the
+    /// registry's map (the message factory's method registry follows the same rule).
     static void sAddConstructor(const char* token, KtSipHeader* (*constructor)());
     /// A new, empty header of the class registered for `token`, or a KtSipUnknownHeader
     /// named `token`.
