@@ -209,10 +209,10 @@ TEST(HeaderRegressions, NamesHidingARegisteredNameAreRefused) {
             KtHandle<KtSipHeader> header = KtSipHeader::sConstructFrom(in);
             ASSERT_FALSE(header.isNil());
             // Whatever class was chosen, the name it writes leads back to that class.
-            EXPECT_EQ(header->getHeaderID(), ktsiptest::parseHeaderText(written(*header))->getHeaderID())
+            EXPECT_EQ(header->getHeaderID(), kttest::parseHeaderText(written(*header))->getHeaderID())
                 << written(*header);
         }
-        EXPECT_STREQ("Next", ktsiptest::parseHeaderText(kttest::rest(in))->getToken().c_str())
+        EXPECT_STREQ("Next", kttest::parseHeaderText(kttest::rest(in))->getToken().c_str())
             << "the line is consumed and the next one read";
     }
 }
