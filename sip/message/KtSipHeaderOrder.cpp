@@ -12,9 +12,7 @@ constexpr char kPoolTag[] = "KtSipMessage";
 Torvane::KnownPool<Torvane::pooldetail::knownIndex(kPoolTag)> orderPool() { return {}; }
 }  // namespace
 
-KtSipHeaderOrder::~KtSipHeaderOrder() {
-    if (m_pOverflow) orderPool().deallocateSized(m_pOverflow, m_Capacity);
-}
+void KtSipHeaderOrder::releaseOverflow() noexcept { orderPool().deallocateSized(m_pOverflow, m_Capacity); }
 
 bool KtSipHeaderOrder::reserve(unsigned capacity) {
     if (capacity > MAX_ENTRIES) capacity = MAX_ENTRIES;
@@ -27,8 +25,8 @@ bool KtSipHeaderOrder::reserve(unsigned capacity) {
     return true;
 }
 
-bool KtSipHeaderOrder::append(HeaderID id) {
-    if (m_Size == m_Capacity && !reserve(m_Capacity * 2)) return false;
+bool KtSipHeaderOrder::appendGrowing(HeaderID id) {
+    if (!reserve(m_Capacity * 2)) return false;
     data()[m_Size++] = static_cast<unsigned char>(id);
     return true;
 }

@@ -13,7 +13,9 @@
 class KtSipHeaderOrder {
 public:
     KtSipHeaderOrder() noexcept : m_Size(0), m_Capacity(INLINE_CAPACITY), m_pOverflow(nullptr) {}
-    ~KtSipHeaderOrder();
+    ~KtSipHeaderOrder() {
+        if (m_pOverflow) releaseOverflow();
+    }
     KtSipHeaderOrder(const KtSipHeaderOrder&) = delete;
     KtSipHeaderOrder& operator=(const KtSipHeaderOrder&) = delete;
 
@@ -22,7 +24,11 @@ public:
     /// Entry `i` (below size()).
     HeaderID operator[](unsigned i) const noexcept { return static_cast<HeaderID>(data()[i]); }
     /// Appends `id`; returns false when the bounded list is full (the entry is dropped).
-    bool append(HeaderID id);
+    bool append(HeaderID id) {  // inline: the parser appends once per header line
+        if (m_Size == m_Capacity) return appendGrowing(id);
+        data()[m_Size++] = static_cast<unsigned char>(id);
+        return true;
+    }
     /// Removes every entry equal to `id`.
     void removeAll(HeaderID id) noexcept;
     /// True when `id` is in the list.
@@ -41,6 +47,8 @@ private:
     const unsigned char* data() const noexcept { return m_pOverflow ? m_pOverflow : m_Inline; }
     unsigned char* data() noexcept { return m_pOverflow ? m_pOverflow : m_Inline; }
     bool reserve(unsigned capacity);
+    bool appendGrowing(HeaderID id);
+    void releaseOverflow() noexcept;
 
     unsigned m_Size;
     unsigned m_Capacity;
