@@ -10,7 +10,7 @@ namespace {
 
 inline bool isBlank(int c) { return c == ' ' || c == '\t'; }
 
-Torvane::KnownPool<Torvane::pooldetail::knownIndex("KtParameters")> paramPool() { return {}; }
+TORVANE_POOL("KtParameters") paramPool() { return {}; }
 
 }  // namespace
 
@@ -49,7 +49,7 @@ KtString KtParameters::sValueIn(const KtParameters* list, const char* name) {
 }
 
 // Inlined into the destructor, its only caller.
-__attribute__((always_inline)) inline void KtParameters::freeBlocks() noexcept {
+KT_ALWAYS_INLINE void KtParameters::freeBlocks() noexcept {
     if (m_pPairs != m_InlinePairs) paramPool().deallocateSized(m_pPairs, m_Capacity * sizeof(Pair));
     if (m_pText != m_InlineText) paramPool().deallocateSized(m_pText, m_TextCapacity);
 }
@@ -143,7 +143,7 @@ bool KtParameters::removeUnlocked(const char* name) {
 }
 
 // Inlined: the readers append nearly every pair they store.
-__attribute__((always_inline)) inline void KtParameters::appendUnlocked(const char* name, unsigned nameLength,
+KT_ALWAYS_INLINE void KtParameters::appendUnlocked(const char* name, unsigned nameLength,
                                                                         const char* value, unsigned valueLength,
                                                                         bool hasValue) {
     reserveText(nameLength + 1 + (hasValue ? valueLength + 1 : 0));
@@ -158,7 +158,7 @@ __attribute__((always_inline)) inline void KtParameters::appendUnlocked(const ch
 }
 
 // Inlined into its callers: the readers store every pair through it.
-__attribute__((always_inline)) inline void KtParameters::setUnlocked(const char* name, unsigned nameLength,
+KT_ALWAYS_INLINE void KtParameters::setUnlocked(const char* name, unsigned nameLength,
                                                                      const char* value, unsigned valueLength,
                                                                      bool hasValue) {
     for (unsigned i = 0; i < m_Size; ++i) {
@@ -188,7 +188,7 @@ __attribute__((always_inline)) inline void KtParameters::setUnlocked(const char*
 // name: the general reader then handles the pair. On success `stop` is the byte the pair
 // ended at (left in the stream).
 // Inlined into parseUnlocked, its only caller, which runs it once per pair.
-__attribute__((always_inline)) inline bool KtParameters::parsePairInPlace(KtInputStream& in, bool commaEnds,
+KT_ALWAYS_INLINE bool KtParameters::parsePairInPlace(KtInputStream& in, bool commaEnds,
                                                                          int& stop) {
     const unsigned kMax = 1024;
     const char* const begin = in.current();
@@ -364,7 +364,7 @@ void KtParameters::parse(const char* text) {
 }
 
 // Inlined into the writers (serialize, serializeWithLead, getString).
-__attribute__((always_inline)) inline void KtParameters::serializeUnlocked(KtOutputStream& out) const {
+KT_ALWAYS_INLINE void KtParameters::serializeUnlocked(KtOutputStream& out) const {
     for (unsigned i = 0; i < m_Size; ++i) {
         const Pair& p = m_pPairs[i];
         if (i) out.put(m_Separator);
