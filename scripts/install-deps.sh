@@ -35,16 +35,18 @@ PACKAGES_I386=(
 ACE_I386=(libace-7.0.8 libace-dev)
 ACE_I386_DIR=/opt/ktsip-i386
 
+# installed PACKAGE ARCH: whether dpkg has PACKAGE installed for ARCH (or for all).
 installed() {
-  [[ $(dpkg-query -W -f='${db:Status-Status}' "$1" 2>/dev/null || true) == installed ]]
+  dpkg-query -W -f='${Architecture} ${db:Status-Status}\n' "$1" 2>/dev/null | grep -qE "^($2|all) installed$"
 }
 
+native=$(dpkg --print-architecture)
 missing=()
 for pkg in "${PACKAGES[@]}"; do
-  installed "$pkg" || missing+=("$pkg")
+  installed "$pkg" "$native" || missing+=("$pkg")
 done
 for pkg in "${PACKAGES_I386[@]}"; do
-  installed "$pkg:i386" || missing+=("$pkg:i386")
+  installed "$pkg" i386 || missing+=("$pkg:i386")
 done
 ace_missing=0
 [[ -e $ACE_I386_DIR/lib/pkgconfig/ACE.pc && -e /etc/ld.so.conf.d/ktsip-i386.conf ]] || ace_missing=1
@@ -104,7 +106,7 @@ install_all() {
     for pkg in "${!pin[@]}"; do
       pinned+=("$pkg=${pin[$pkg]}" "$pkg:i386=${pin[$pkg]}")
     done
-    if out=$("${APT[@]}" install -y -qq --no-install-recommends --allow-downgrades "${pinned[@]}" 2>&1); then
+    if out=$("${APT[@]}" install -y --no-install-recommends --allow-downgrades "${pinned[@]}" 2>&1); then
       return 0
     fi
     local named=() added=0
