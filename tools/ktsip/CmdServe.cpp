@@ -11,6 +11,7 @@
 #include "Commands.h"
 #include "KtErrorStream.h"
 #include "ServeCommon.h"
+#include "ServeLibraryLog.h"
 #include "ServeServer.h"
 #include "ServeUas.h"
 
@@ -29,16 +30,29 @@ unsigned number(const cli::Args& a, const char* option, unsigned fallback, unsig
 
 // The library's error lines become log lines of the server (or are only counted with --quiet).
 void librarySink(void* context, const char* line, unsigned length) {
-    if (serve::MuteLibraryLines::active()) return;
-    static_cast<serve::Counters*>(context)->libraryLogLine();
-    serve::log("library: " + std::string(line, length));
+    static_cast<serve::LibraryLog*>(context)->line(line, length);
+}
+
+// The options of the server's limits.
+const std::vector<std::string> kLimitOptions = {"--max-connections", "--max-connections-per-address",
+                                                "--idle-timeout", "--message-timeout", "--nonce-lifetime"};
+
+void readLimits(const cli::Args& a, serve::Config& config) {
+    config.maxConnections = number(a, "--max-connections", config.maxConnections, 1, 1000000);
+    config.maxConnectionsPerAddress =
+        number(a, "--max-connections-per-address", config.maxConnectionsPerAddress, 1, 1000000);
+    config.idleTimeout = number(a, "--idle-timeout", config.idleTimeout, 1, 86400);
+    config.messageTimeout = number(a, "--message-timeout", config.messageTimeout, 1, 3600);
+    config.nonceLifetime = number(a, "--nonce-lifetime", config.nonceLifetime, 1, 86400);
 }
 
 }  // namespace
 
 int cmd::serve(const std::vector<std::string>& args) {
-    cli::Args a(args, {"--quiet", "--json"},
-                {"--bind", "--port", "--transport", "--realm", "--user", "--threads", "--ring-ms"});
+    std::vector<std::string> valued = {"--bind",    "--port",    "--transport", "--realm",
+                                       "--user",    "--threads", "--ring-ms"};
+    valued.insert(valued.end(), kLimitOptions.begin(), kLimitOptions.end());
+    cli::Args a(args, {"--quiet", "--json"}, valued);
     if (!a.operands().empty()) throw cli::UsageError("serve takes no operands");
     serve::Config config;
     config.bind = a.value("--bind", config.bind);
@@ -48,6 +62,7 @@ int cmd::serve(const std::vector<std::string>& args) {
     config.realm = a.value("--realm", config.realm);
     config.quiet = a.has("--quiet");
     config.json = a.has("--json");
+    readLimits(a, config);
     {
         std::string host = config.bind;
         if (host.size() > 2 && host.front() == '[' && host.back() == ']') host = host.substr(1, host.size() - 2);
@@ -82,7 +97,8 @@ int cmd::serve(const std::vector<std::string>& args) {
 
     serve::setLogging(!config.quiet);
     serve::Counters counters;
-    KtErrorStream::sSetSink(&librarySink, &counters);
+    serve::LibraryLog libraryLog(counters, !config.quiet);
+    KtErrorStream::sSetSink(&librarySink, &libraryLog);
     {
         serve::Server server(config, counters);
         try {
@@ -101,7 +117,7 @@ int cmd::serve(const std::vector<std::string>& args) {
                                            : "realm \"" + config.realm + "\" with " + std::to_string(config.users.size()) +
                                                  (config.users.size() == 1 ? " user" : " users"))
                   << ")" << std::endl;
-        serve::Uas uas(config, counters, server);
+        serve::Uas uas(config, counters, server, libraryLog);
         server.start(uas);
         int signalNumber = 0;
         while (sigwait(&stopSignals, &signalNumber) != 0) {
@@ -110,6 +126,7 @@ int cmd::serve(const std::vector<std::string>& args) {
         std::cerr << "ktsip serve: stopping on " << (signalNumber == SIGINT ? "SIGINT" : "SIGTERM") << std::endl;
     }
     KtErrorStream::sSetSink(nullptr, nullptr);
+    libraryLog.flush();
     if (config.json)
         std::cout << counters.toJson().dump() << std::endl;
     else
