@@ -5,7 +5,7 @@
 #include <ostream>
 
 namespace {
-Torvane::KnownPool<Torvane::pooldetail::knownIndex("KtByteArray")> bytePool() { return {}; }
+TORVANE_POOL("KtByteArray") bytePool() { return {}; }
 }  // namespace
 
 KtHandle<KtByteArray> KtByteArray::sCreate(const char* text) {

@@ -2,6 +2,7 @@
 #include "KtDate.h"
 
 #include <algorithm>
+#include <climits>
 #include <cstdio>
 #include <cstring>
 #include <string>
@@ -68,6 +69,32 @@ long long daysFromEpoch(int year, int month, int day) {
     return era * 146097 + dayOfEra - 719468;
 }
 
+// The calendar fields of `t` seconds since the epoch, as gmtime gives them, worked out on
+// 64 bits (the inverse of daysFromEpoch) so that a 32-bit time_t does not narrow the range.
+// False where gmtime fails: a year beyond what tm_year (an int) holds.
+struct Fields {
+    long long year;
+    int month, day, weekday, hour, minute, second;  // month 0-11, weekday 0 = Sunday
+};
+bool fieldsOf(long long t, Fields& f) {
+    long long days = t / 86400, seconds = t % 86400;
+    if (seconds < 0) seconds += 86400, --days;
+    f.hour = static_cast<int>(seconds / 3600);
+    f.minute = static_cast<int>(seconds / 60 % 60);
+    f.second = static_cast<int>(seconds % 60);
+    f.weekday = static_cast<int>((days % 7 + 11) % 7);  // 1970-01-01 was a Thursday
+    const long long z = days + 719468;                  // days from 0000-03-01
+    const long long era = (z >= 0 ? z : z - 146096) / 146097;
+    const long long dayOfEra = z - era * 146097;                                                       // 0-146096
+    const long long yearOfEra = (dayOfEra - dayOfEra / 1460 + dayOfEra / 36524 - dayOfEra / 146096) / 365;  // 0-399
+    const long long dayOfYear = dayOfEra - (365 * yearOfEra + yearOfEra / 4 - yearOfEra / 100);      // from March 1st
+    const long long m = (5 * dayOfYear + 2) / 153;                                                   // 0 = March
+    f.day = static_cast<int>(dayOfYear - (153 * m + 2) / 5 + 1);
+    f.month = static_cast<int>(m < 10 ? m + 2 : m - 10);
+    f.year = yearOfEra + era * 400 + (f.month < 2 ? 1 : 0);
+    return f.year - 1900 >= INT_MIN && f.year - 1900 <= INT_MAX;
+}
+
 bool isLeap(int year) { return (year % 4 == 0 && year % 100 != 0) || year % 400 == 0; }
 
 int daysIn(int month, int year) {
@@ -126,48 +153,43 @@ void KtDate::constructKtDate(const char* text) {
     if (day < 1 || day > daysIn(month, year) || hour > 23 || minute > 59 || second > 60) invalid(text);
 
     // What timegm gives for these fields (a second 60 is the first second of the next minute).
-    m_Time = static_cast<std::time_t>(daysFromEpoch(year, month, day) * 86400 + hour * 3600 + minute * 60 + second);
+    m_Time = daysFromEpoch(year, month, day) * 86400 + hour * 3600 + minute * 60 + second;
 }
 
 // Writes "Www, DD Mmm YYYY hh:mm:ss GMT" (29 characters). Times whose year does
 // not have four digits are cut to fit the 30-byte buffer; a time gmtime cannot
 // represent is written as the epoch.
 void KtDate::getKtDate(char* buffer) const {
-    struct tm parts;
-    std::time_t t = m_Time;
-    if (gmtime_r(&t, &parts) == nullptr) {
-        t = 0;
-        gmtime_r(&t, &parts);
-    }
-    const int year = parts.tm_year + 1900;
-    if (year >= 0 && year <= 9999) {
+    Fields parts;
+    if (!fieldsOf(m_Time, parts)) fieldsOf(0, parts);
+    if (parts.year >= 0 && parts.year <= 9999) {
+        const int year = static_cast<int>(parts.year);
         // The usual date, "Www, DD Mmm YYYY hh:mm:ss GMT", written field by field (what the
         // format below gives, without a call of snprintf per Date header written).
         auto two = [](char* at, int value) {
             at[0] = static_cast<char>('0' + value / 10 % 10);
             at[1] = static_cast<char>('0' + value % 10);
         };
-        std::memcpy(buffer, sWeekdays[parts.tm_wday % 7], 3);
+        std::memcpy(buffer, sWeekdays[parts.weekday], 3);
         std::memcpy(buffer + 3, ", ", 2);
-        two(buffer + 5, parts.tm_mday);
+        two(buffer + 5, parts.day);
         buffer[7] = ' ';
-        std::memcpy(buffer + 8, sMonths[parts.tm_mon % 12], 3);
+        std::memcpy(buffer + 8, sMonths[parts.month], 3);
         buffer[11] = ' ';
         two(buffer + 12, year / 100);
         two(buffer + 14, year % 100);
         buffer[16] = ' ';
-        two(buffer + 17, parts.tm_hour);
+        two(buffer + 17, parts.hour);
         buffer[19] = ':';
-        two(buffer + 20, parts.tm_min);
+        two(buffer + 20, parts.minute);
         buffer[22] = ':';
-        two(buffer + 23, parts.tm_sec);
+        two(buffer + 23, parts.second);
         std::memcpy(buffer + 25, " GMT", 5);  // with the NUL
         return;
     }
     char text[128];
-    int length = std::snprintf(text, sizeof text, "%s, %02d %s %04d %02d:%02d:%02d GMT", sWeekdays[parts.tm_wday % 7],
-                               parts.tm_mday, sMonths[parts.tm_mon % 12], parts.tm_year + 1900, parts.tm_hour,
-                               parts.tm_min, parts.tm_sec);
+    int length = std::snprintf(text, sizeof text, "%s, %02d %s %04lld %02d:%02d:%02d GMT", sWeekdays[parts.weekday],
+                               parts.day, sMonths[parts.month], parts.year, parts.hour, parts.minute, parts.second);
     if (length < 0) length = 0;
     if (length > static_cast<int>(TEXT_LENGTH)) length = TEXT_LENGTH;
     std::memcpy(buffer, text, static_cast<std::size_t>(length));

@@ -2,8 +2,6 @@
 #ifndef KTSIP_KT_DATE_H
 #define KTSIP_KT_DATE_H
 
-#include <ctime>
-
 /// A calendar date and time in UTC, read and written as "Sun, 06 Nov 1994 08:49:37 GMT".
 class KtDate {
 public:
@@ -19,14 +17,15 @@ public:
     void constructKtDate(const char* text);
     /// Writes the date text and a NUL into `buffer`, which holds at least 30 bytes.
     void getKtDate(char* buffer) const;
-    /// Seconds since the epoch.
-    std::time_t getTime() const noexcept { return m_Time; }
+    /// Seconds since the epoch. 64 bits on every architecture (wider than a 32-bit time_t),
+    /// so that dates of the years 0 to 9999 read and print alike everywhere.
+    long long getTime() const noexcept { return m_Time; }
     /// Sets the date from seconds since the epoch.
-    void setTime(std::time_t t) noexcept { m_Time = t; }
+    void setTime(long long t) noexcept { m_Time = t; }
     bool operator==(const KtDate& o) const noexcept { return m_Time == o.m_Time; }
 
 private:
-    std::time_t m_Time;
+    long long m_Time;
 };
 
 /// The current time.

@@ -38,7 +38,7 @@ public:
 
 private:
     [[noreturn]] static void sThrowLockFailed(int rc);
-    static Torvane::KnownPool<Torvane::pooldetail::knownIndex("KtMutex")> pool() { return {}; }
+    static TORVANE_POOL("KtMutex") pool() { return {}; }
     pthread_mutex_t m_Mutex;
 };
 

@@ -1,6 +1,7 @@
 // The reference-counted root object.
 #include "KtObject.h"
 
+#include <cstdint>
 #include <cstdio>
 #include <typeinfo>
 
@@ -17,7 +18,7 @@ int KtObject::compareWith(const KtObject* other) const {
 }
 
 unsigned KtObject::hashCode() const {
-    auto v = reinterpret_cast<unsigned long>(this);
+    const auto v = static_cast<std::uint64_t>(reinterpret_cast<std::uintptr_t>(this));
     return static_cast<unsigned>(v ^ (v >> 32));
 }
 

@@ -4,7 +4,7 @@
 #include <cstdio>
 
 namespace {
-Torvane::KnownPool<Torvane::pooldetail::knownIndex("KtStream")> streamPool() { return {}; }
+TORVANE_POOL("KtStream") streamPool() { return {}; }
 
 // "00" to "99": two digits per division.
 const char kDigitPairs[] =
@@ -43,7 +43,7 @@ void KtOutputStream::flush() {}
 
 // Every integer overload writes through this one: a single digit (versions, most lengths and
 // sequence numbers) is one byte put; other values are formatted backwards in a small buffer.
-__attribute__((always_inline)) inline void KtOutputStream::writeDecimal(unsigned long long magnitude, bool negative) {
+KT_ALWAYS_INLINE void KtOutputStream::writeDecimal(unsigned long long magnitude, bool negative) {
     if (magnitude < 10 && !negative) {
         put(static_cast<char>('0' + magnitude));
         return;

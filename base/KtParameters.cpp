@@ -10,7 +10,7 @@ namespace {
 
 inline bool isBlank(int c) { return c == ' ' || c == '\t'; }
 
-Torvane::KnownPool<Torvane::pooldetail::knownIndex("KtParameters")> paramPool() { return {}; }
+TORVANE_POOL("KtParameters") paramPool() { return {}; }
 
 }  // namespace
 
@@ -49,7 +49,7 @@ KtString KtParameters::sValueIn(const KtParameters* list, const char* name) {
 }
 
 // Inlined into the destructor, its only caller.
-__attribute__((always_inline)) inline void KtParameters::freeBlocks() noexcept {
+KT_ALWAYS_INLINE void KtParameters::freeBlocks() noexcept {
     if (m_pPairs != m_InlinePairs) paramPool().deallocateSized(m_pPairs, m_Capacity * sizeof(Pair));
     if (m_pText != m_InlineText) paramPool().deallocateSized(m_pText, m_TextCapacity);
 }
@@ -143,7 +143,7 @@ bool KtParameters::removeUnlocked(const char* name) {
 }
 
 // Inlined: the readers append nearly every pair they store.
-__attribute__((always_inline)) inline void KtParameters::appendUnlocked(const char* name, unsigned nameLength,
+KT_ALWAYS_INLINE void KtParameters::appendUnlocked(const char* name, unsigned nameLength,
                                                                         const char* value, unsigned valueLength,
                                                                         bool hasValue) {
     reserveText(nameLength + 1 + (hasValue ? valueLength + 1 : 0));
@@ -158,7 +158,7 @@ __attribute__((always_inline)) inline void KtParameters::appendUnlocked(const ch
 }
 
 // Inlined into its callers: the readers store every pair through it.
-__attribute__((always_inline)) inline void KtParameters::setUnlocked(const char* name, unsigned nameLength,
+KT_ALWAYS_INLINE void KtParameters::setUnlocked(const char* name, unsigned nameLength,
                                                                      const char* value, unsigned valueLength,
                                                                      bool hasValue) {
     for (unsigned i = 0; i < m_Size; ++i) {
@@ -211,7 +211,7 @@ enum class KtParameters::PairEnd : unsigned char { Stopped, NeedMore, TooLong };
 // tellsLengths says whether its positions give them. With `Store` (and `Count`), the name
 // and value are copied to `name` and `value` (used when an escape stood in the name).
 template <bool Count, bool Store>
-__attribute__((always_inline)) inline KtParameters::PairEnd KtParameters::scanPair(const char* text, unsigned length, bool atEnd,
+KT_ALWAYS_INLINE KtParameters::PairEnd KtParameters::scanPair(const char* text, unsigned length, bool atEnd,
                                                                     bool commaEnds, PairScan& scan, int& stop,
                                                                     char* name, char* value) const {
     // Bytes that need a decision, the separator among them; the others are taken in bulk.
@@ -287,7 +287,7 @@ __attribute__((always_inline)) inline KtParameters::PairEnd KtParameters::scanPa
 
 // Stores the pair read by `scan` from `text`: name and value trimmed, no pair for an empty
 // name.
-__attribute__((always_inline)) inline void KtParameters::storePair(const char* text, const PairScan& scan,
+KT_ALWAYS_INLINE void KtParameters::storePair(const char* text, const PairScan& scan,
                                                                   bool commaEnds) {
     if (scan.nameEscapes) {
         storeEscapedPair(text, scan.pos, commaEnds);
@@ -332,7 +332,7 @@ inline bool KtParameters::tellsLengths(const PairScan& scan) {
 // the end of the input. The usual pair ends inside the stream's window and is read where it
 // stands; any other (crossing the window, too long, an escape in its name) is read again
 // by countPair.
-__attribute__((always_inline)) inline int KtParameters::readPair(KtInputStream& in, bool commaEnds) {
+KT_ALWAYS_INLINE int KtParameters::readPair(KtInputStream& in, bool commaEnds) {
     PairScan scan;
     int stop = -1;
     const char* window = in.current();
@@ -469,7 +469,7 @@ void KtParameters::parse(const char* text) {
 }
 
 // Inlined into the writers (serialize, serializeWithLead, getString).
-__attribute__((always_inline)) inline void KtParameters::serializeUnlocked(KtOutputStream& out) const {
+KT_ALWAYS_INLINE void KtParameters::serializeUnlocked(KtOutputStream& out) const {
     for (unsigned i = 0; i < m_Size; ++i) {
         const Pair& p = m_pPairs[i];
         if (i) out.put(m_Separator);

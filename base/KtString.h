@@ -326,7 +326,7 @@ public:
     KtString(const char* text);
     /// A new buffer holding `length` bytes of `text`. Always inlined: the readers make most of
     /// their strings through it.
-    __attribute__((always_inline)) KtString(const char* text, unsigned length)
+    KT_ALWAYS_INLINE KtString(const char* text, unsigned length)
         : KtHandle<KtStringBuffer>(new KtStringBuffer(text, length)) {}
     /// A string for a constant of static storage duration: its buffer is immortal, so the
     /// threads that share it never write its reference count.

@@ -9,7 +9,7 @@
 
 namespace {
 
-Torvane::KnownPool<Torvane::pooldetail::knownIndex("KtString")> textPool() { return {}; }
+TORVANE_POOL("KtString") textPool() { return {}; }
 
 inline char lower(char c) { return (c >= 'A' && c <= 'Z') ? static_cast<char>(c + 32) : c; }
 inline char upper(char c) { return (c >= 'a' && c <= 'z') ? static_cast<char>(c - 32) : c; }

@@ -26,7 +26,7 @@ const KtString* KtStringTable::find(const char* text, unsigned length) const noe
 }
 
 // make, inlined into the word reader (parseWith) too.
-__attribute__((always_inline)) inline KtString KtStringTable::makeInline(const char* text, unsigned length) const {
+KT_ALWAYS_INLINE KtString KtStringTable::makeInline(const char* text, unsigned length) const {
     if (length != 0)
         if (const KtString* w = m_Table.find(text, length)) return *w;
     return KtString(text, length);
@@ -44,7 +44,7 @@ KtString KtStringTable::sParseWord(KtInputStream& in, const KtDelimiterSet& deli
 
 // The reading of parse(); `table` (may be null) supplies the shared constants.
 // Inlined into both readers (parse and sParseWord).
-__attribute__((always_inline)) inline KtString KtStringTable::parseWith(const KtStringTable* table, KtInputStream& in,
+KT_ALWAYS_INLINE KtString KtStringTable::parseWith(const KtStringTable* table, KtInputStream& in,
                                                                         const KtDelimiterSet& delimiters, bool trim) {
     int c;
     while ((c = in.peek()) == ' ' || c == '\t') in.advance(1);

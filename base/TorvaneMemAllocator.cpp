@@ -91,7 +91,7 @@ struct PoolRegistry {
         PoolShared* s = new PoolShared();
         std::strncpy(s->tag, tag, sizeof(s->tag) - 1);
         shared[index] = s;
-        MemPool* pool = new MemPool(s->tag, index, s);
+        MemPool* pool = new MemPool(s->tag, index);
         order[made++] = index;
         if (index >= count.load(std::memory_order_relaxed)) count.store(index + 1, std::memory_order_release);
         __atomic_store_n(&pools[index], pool, __ATOMIC_RELEASE);
@@ -103,6 +103,12 @@ struct PoolRegistry {
         if (MemPool* pool = __atomic_load_n(&pools[index], __ATOMIC_ACQUIRE)) return *pool;
         std::lock_guard<std::mutex> lock(mutex);
         return pools[index] != nullptr ? *pools[index] : makeLocked(index, kKnownTags[index]);
+    }
+
+    // The pool of index `index`: a known one (made on first use), or one made by find.
+    PoolShared& sharedAt(unsigned index) {
+        if (index < kKnownPools) known(index);
+        return *__atomic_load_n(&shared[index], __ATOMIC_ACQUIRE);
     }
 
     MemPool& find(const char* tag) {
@@ -302,7 +308,7 @@ inline void countIn(ThreadCache* c, PoolShared& s, unsigned pool, long long obje
 
 }  // namespace
 
-MemPool::MemPool(const char* tag, unsigned index, void* shared) : m_Tag(tag), m_Index(index), m_pShared(shared) {}
+MemPool::MemPool(const char* tag, unsigned index) : m_Tag(tag), m_Index(index) {}
 
 MemPool& MemPool::sGet(const char* tag) { return PoolRegistry::get().find(tag ? tag : "(none)"); }
 
@@ -312,60 +318,57 @@ MemPool& MemPool::sKnown(unsigned index) { return PoolRegistry::get().known(inde
 
 // Every block comes from malloc so that AddressSanitizer sees each object; counters are kept.
 // No thread cache is ever made, so the inline fast paths always land here.
-void* MemPool::allocateSlow(std::size_t size, unsigned cls, bool prefixed) {
-    PoolShared& s = *static_cast<PoolShared*>(m_pShared);
-    char* block = static_cast<char*>(std::malloc(prefixed ? size + kPrefix : (size == 0 ? 1 : size)));
+void* MemPool::sTakeSlow(unsigned index, unsigned, std::size_t size, std::size_t bytes) {
+    PoolShared& s = PoolRegistry::get().sharedAt(index);
+    void* block = std::malloc(bytes == 0 ? 1 : bytes);
     if (!block) throw std::bad_alloc();
     s.systemAllocations.fetch_add(1, std::memory_order_relaxed);
-    countIn(nullptr, s, m_Index, 1, static_cast<long long>(size));
-    if (!prefixed) return block;
-    return writePrefix(block, size, cls);
+    countIn(nullptr, s, index, 1, static_cast<long long>(size));
+    return block;
 }
 
-void MemPool::deallocateSlow(void* block, std::size_t size, unsigned) noexcept {
-    countIn(nullptr, *static_cast<PoolShared*>(m_pShared), m_Index, -1, -static_cast<long long>(size));
+void MemPool::sGiveSlow(unsigned index, unsigned, void* block, std::size_t size) noexcept {
+    countIn(nullptr, PoolRegistry::get().sharedAt(index), index, -1, -static_cast<long long>(size));
     std::free(block);
 }
 
 #else
 
-// Slow path of both allocate forms: a thread cache to create, an empty bin to refill, a
-// block too large for the classes, or a thread that is ending.
-void* MemPool::allocateSlow(std::size_t size, unsigned cls, bool prefixed) {
-    PoolShared& s = *static_cast<PoolShared*>(m_pShared);
-    std::size_t total = prefixed ? size + kPrefix : size;
+// Slow path of the take: a thread cache to create, an empty bin to refill, a block too large
+// for the classes, or a thread that is ending.
+void* MemPool::sTakeSlow(unsigned index, unsigned cls, std::size_t size, std::size_t bytes) {
+    PoolShared& s = PoolRegistry::get().sharedAt(index);
     void* block;
     ThreadCache* c = liveCache();
     if (c == nullptr && tPoolCache == nullptr) c = threadCacheSlow();
     if (cls == kDirect) {
-        block = std::malloc(total);
+        block = std::malloc(bytes);
         if (!block) throw std::bad_alloc();
         s.systemAllocations.fetch_add(1, std::memory_order_relaxed);
     } else if (c == nullptr) {
         block = popShared(s, cls);
     } else {
-        ThreadCache::Bin& bin = c->bins[m_Index][cls];
+        ThreadCache::Bin& bin = c->bins[index][cls];
         if (bin.head == nullptr) refillFromShared(s, cls, bin);
         FreeBlock* b = bin.head;
         bin.head = b->next;
         --bin.count;
         block = b;
     }
-    countIn(c, s, m_Index, 1, static_cast<long long>(size));
-    if (!prefixed) return block;
-    return writePrefix(block, size, cls);
+    countIn(c, s, index, 1, static_cast<long long>(size));
+    return block;
 }
 
-void MemPool::deallocateSlow(void* block, std::size_t size, unsigned cls) noexcept {
-    PoolShared& s = *static_cast<PoolShared*>(m_pShared);
+void MemPool::sGiveSlow(unsigned index, unsigned cls, void* block, std::size_t size) noexcept {
+    PoolShared& s = PoolRegistry::get().sharedAt(index);
     ThreadCache* c = liveCache();
-    countIn(c, s, m_Index, -1, -static_cast<long long>(size));
+    countIn(c, s, index, -1, -static_cast<long long>(size));
     if (cls == kDirect) {
         std::free(block);
     } else if (c == nullptr) {
         pushShared(s, cls, block);
     } else {
-        ThreadCache::Bin& bin = c->bins[m_Index][cls];
+        ThreadCache::Bin& bin = c->bins[index][cls];
         FreeBlock* b = static_cast<FreeBlock*>(block);
         b->next = bin.head;
         bin.head = b;

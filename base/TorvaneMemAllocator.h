@@ -19,6 +19,8 @@
 #include <string>
 #include <vector>
 
+#include "KtInline.h"
+
 namespace Torvane {
 
 // The per-thread cache layout, shared with the inline fast paths below. A thread's cache
@@ -67,12 +69,12 @@ inline unsigned classOf(std::size_t size) {
 
 // Adds `d` to a counter only its owning thread writes: no locked instruction needed. On
 // x86-64 one add to memory does it (an aligned 8-byte store, which readers on other cores
-// see whole); elsewhere, and under ThreadSanitizer (which must see the write), a relaxed
-// load and store.
+// see whole); elsewhere (i386 included), and under ThreadSanitizer (which must see the
+// write), a relaxed load and store, lock-free on every architecture the library builds for.
 template <class A, class V>
-inline void ownerAdd(A& a, V d) {
+KT_ALWAYS_INLINE void ownerAdd(A& a, V d) {
+    static_assert(sizeof(A) == 8 && A::is_always_lock_free, "counters are lock-free 8-byte words");
 #if defined(__x86_64__) && !defined(__SANITIZE_THREAD__)
-    static_assert(sizeof(A) == 8, "counters are 8-byte words");
     __asm__("addq %1, %0" : "+m"(a) : "er"(static_cast<long long>(d)));
 #else
     a.store(a.load(std::memory_order_relaxed) + d, std::memory_order_relaxed);
@@ -100,7 +102,7 @@ constexpr unsigned knownIndex(const char* tag) {
 }
 
 // A block of class `cls` from the thread's list, counted; null when the slow path must run.
-inline FreeBlock* popFast(unsigned pool, unsigned cls, std::size_t size) {
+KT_ALWAYS_INLINE FreeBlock* popFast(unsigned pool, unsigned cls, std::size_t size) {
     ThreadCacheData* c = tPoolCache;
     if (reinterpret_cast<std::uintptr_t>(c) <= 1 || cls >= kClasses) return nullptr;
     CacheBin& bin = c->bins[pool][cls];
@@ -115,7 +117,7 @@ inline FreeBlock* popFast(unsigned pool, unsigned cls, std::size_t size) {
 }
 
 // Puts a block on the thread's list, counted; false when the slow path must run.
-inline bool pushFast(unsigned pool, unsigned cls, void* block, std::size_t size) {
+KT_ALWAYS_INLINE bool pushFast(unsigned pool, unsigned cls, void* block, std::size_t size) {
     ThreadCacheData* c = tPoolCache;
     if (reinterpret_cast<std::uintptr_t>(c) <= 1 || cls >= kClasses) return false;
     CacheBin& bin = c->bins[pool][cls];
@@ -152,52 +154,33 @@ public:
 
     /// Allocates `size` bytes whose size is remembered (for deallocate without size).
     void* allocate(std::size_t size) {
-        using namespace pooldetail;
-        const unsigned cls = classOf(size + kPrefix);
-        if (FreeBlock* b = popFast(m_Index, cls, size)) return writePrefix(b, size, cls);
-        return allocateSlow(size, cls, true);
+        const unsigned cls = pooldetail::classOf(size + pooldetail::kPrefix);
+        return writePrefix(sTake(m_Index, cls, size, size + pooldetail::kPrefix), size, cls);
     }
     /// Returns a block obtained from allocate.
     void deallocate(void* p) noexcept {
-        using namespace pooldetail;
         if (p == nullptr) return;
-        char* block = static_cast<char*>(p) - kPrefix;
+        char* block = static_cast<char*>(p) - pooldetail::kPrefix;
         const std::size_t size = *reinterpret_cast<std::size_t*>(block);
         const unsigned cls = *reinterpret_cast<unsigned*>(block + sizeof(std::size_t));
-        if (!pushFast(m_Index, cls, block, size)) deallocateSlow(block, size, cls);
+        sGive(m_Index, cls, block, size);
     }
     /// Allocates `size` bytes; the caller passes the same size back to deallocateSized.
-    void* allocateSized(std::size_t size) {
-        using namespace pooldetail;
-        const unsigned cls = classOf(size);
-        if (FreeBlock* b = popFast(m_Index, cls, size)) return b;
-        return allocateSlow(size, cls, false);
-    }
+    void* allocateSized(std::size_t size) { return sAllocateSizedAt(m_Index, size); }
     /// Returns a block obtained from allocateSized(size).
-    void deallocateSized(void* p, std::size_t size) noexcept {
-        using namespace pooldetail;
-        if (p == nullptr) return;
-        const unsigned cls = classOf(size);
-        if (!pushFast(m_Index, cls, p, size)) deallocateSlow(p, size, cls);
-    }
+    void deallocateSized(void* p, std::size_t size) noexcept { sDeallocateSizedAt(m_Index, p, size); }
 
     /// The pool of the known tag of index `index` (below pooldetail::kKnownPools), made on
     /// first use.
     static MemPool& sKnown(unsigned index);
-    /// allocateSized on the known pool of index `index`: with a constant index, the fast path
-    /// is a few instructions at fixed offsets of the thread's cache.
-    static void* sAllocateSizedAt(unsigned index, std::size_t size) {
-        using namespace pooldetail;
-        const unsigned cls = classOf(size);
-        if (FreeBlock* b = popFast(index, cls, size)) return b;
-        return sKnown(index).allocateSlow(size, cls, false);
+    /// allocateSized on the pool of index `index`: with a constant index, the fast path is a
+    /// few instructions at fixed offsets of the thread's cache.
+    KT_ALWAYS_INLINE static void* sAllocateSizedAt(unsigned index, std::size_t size) {
+        return sTake(index, pooldetail::classOf(size), size, size);
     }
-    /// deallocateSized on the known pool of index `index`.
-    static void sDeallocateSizedAt(unsigned index, void* p, std::size_t size) noexcept {
-        using namespace pooldetail;
-        if (p == nullptr) return;
-        const unsigned cls = classOf(size);
-        if (!pushFast(index, cls, p, size)) sKnown(index).deallocateSlow(p, size, cls);
+    /// deallocateSized on the pool of index `index`.
+    KT_ALWAYS_INLINE static void sDeallocateSizedAt(unsigned index, void* p, std::size_t size) noexcept {
+        if (p != nullptr) sGive(index, pooldetail::classOf(size), p, size);
     }
 
     /// The pool's name.
@@ -217,17 +200,29 @@ private:
         *reinterpret_cast<unsigned*>(b + sizeof(std::size_t)) = cls;
         return b + pooldetail::kPrefix;
     }
-    MemPool(const char* tag, unsigned index, void* shared);
-    void* allocateSlow(std::size_t size, unsigned sizeClass, bool prefixed);
-    void deallocateSlow(void* block, std::size_t size, unsigned sizeClass) noexcept;
+    // The one take and return path behind every entry point: a block of class `cls` (its
+    // requested size `size`, counted; `bytes` with the prefix of allocate, if any) from the
+    // thread's list of pool `index`, or from the slow path when that list cannot serve.
+    KT_ALWAYS_INLINE static void* sTake(unsigned index, unsigned cls, std::size_t size, std::size_t bytes) {
+        if (pooldetail::FreeBlock* b = pooldetail::popFast(index, cls, size)) return b;
+        return sTakeSlow(index, cls, size, bytes);
+    }
+    KT_ALWAYS_INLINE static void sGive(unsigned index, unsigned cls, void* block, std::size_t size) noexcept {
+        if (!pooldetail::pushFast(index, cls, block, size)) sGiveSlow(index, cls, block, size);
+    }
+    // The slow paths: a thread cache to create, an empty or full list, a block too large for
+    // the classes, a thread that is ending, or a pass-through build.
+    static void* sTakeSlow(unsigned index, unsigned cls, std::size_t size, std::size_t bytes);
+    static void sGiveSlow(unsigned index, unsigned cls, void* block, std::size_t size) noexcept;
+    MemPool(const char* tag, unsigned index);
     friend struct PoolRegistry;
     const char* m_Tag;
     unsigned m_Index;
-    void* m_pShared;  // the pool's shared free lists and counters
 };
 
-/// The pool of a known tag, by its index (pooldetail::knownIndex): the sized calls of MemPool
-/// at constant offsets of the thread's cache, for code whose tag is fixed when it is compiled.
+/// The pool of a known tag, by its index: the sized calls of MemPool at constant offsets of
+/// the thread's cache, for code whose tag is fixed when it is compiled. Named by its tag with
+/// TORVANE_POOL.
 template <unsigned Index>
 struct KnownPool {
     static_assert(Index < pooldetail::kKnownPools, "KnownPool needs a known tag");
@@ -280,6 +275,10 @@ private:
 
 }  // namespace Torvane
 
+/// The type of the pool of the library's tag TAG (one of pooldetail::kKnownTags; another
+/// does not compile), e.g. `TORVANE_POOL("KtByteArray")().allocateSized(n)`.
+#define TORVANE_POOL(TAG) Torvane::KnownPool<Torvane::pooldetail::knownIndex(TAG)>
+
 /// Declares class-level operator new/delete that draw from the pool named TAG. A known
 /// tag's pool is reached by its fixed index; another is looked up once per class. The delete
 /// is the sized one: the deleting destructor of the object's own class passes that class's
@@ -288,18 +287,18 @@ private:
 #define TORVANE_POOLED_OBJECT(TAG)                                                          \
 public:                                                                                     \
     static void* operator new(std::size_t size) {                                          \
-        constexpr unsigned index = Torvane::pooldetail::knownIndex(TAG);                   \
-        if (index != Torvane::pooldetail::kNotKnown)                                       \
-            return Torvane::MemPool::sAllocateSizedAt(index, size);                         \
-        static Torvane::MemPool& pool = Torvane::MemPool::sGet(TAG);                      \
-        return pool.allocateSized(size);                                                    \
+        constexpr unsigned known = Torvane::pooldetail::knownIndex(TAG);                   \
+        if (known != Torvane::pooldetail::kNotKnown)                                       \
+            return Torvane::MemPool::sAllocateSizedAt(known, size);                         \
+        static const unsigned index = Torvane::MemPool::sGet(TAG).index();                 \
+        return Torvane::MemPool::sAllocateSizedAt(index, size);                             \
     }                                                                                       \
     static void operator delete(void* p, std::size_t size) noexcept {                      \
-        constexpr unsigned index = Torvane::pooldetail::knownIndex(TAG);                   \
-        if (index != Torvane::pooldetail::kNotKnown)                                       \
-            return Torvane::MemPool::sDeallocateSizedAt(index, p, size);                    \
-        static Torvane::MemPool& pool = Torvane::MemPool::sGet(TAG);                      \
-        pool.deallocateSized(p, size);                                                      \
+        constexpr unsigned known = Torvane::pooldetail::knownIndex(TAG);                   \
+        if (known != Torvane::pooldetail::kNotKnown)                                       \
+            return Torvane::MemPool::sDeallocateSizedAt(known, p, size);                    \
+        static const unsigned index = Torvane::MemPool::sGet(TAG).index();                 \
+        Torvane::MemPool::sDeallocateSizedAt(index, p, size);                               \
     }                                                                                       \
     static void* operator new(std::size_t, void* where) noexcept { return where; }         \
     static void operator delete(void*, void*) noexcept {}

@@ -31,7 +31,8 @@ cmake --build "$BUILD_DIR" --target docs
 
 # --- Stage 3: AddressSanitizer + UndefinedBehaviorSanitizer, the whole suite -------
 # --- Stage 4: ThreadSanitizer, the concurrency test --------------------------------
-# --- Stage 5: every fuzzer for a bounded time ---------------------------------------
+# --- Stage 5: the 32-bit (i386) build and the whole suite ----------------------------
+# --- Stage 6: every fuzzer for a bounded time ---------------------------------------
 # Each stage builds in a directory of its own; KTSIP_QUICK=1 skips them (local runs).
 if [[ ${KTSIP_QUICK:-0} != 1 ]]; then
   export KTSIP_SKIP_DEPS=1 JOBS
@@ -39,6 +40,8 @@ if [[ ${KTSIP_QUICK:-0} != 1 ]]; then
   bash scripts/ci-sanitize.sh
   stage "ThreadSanitizer"
   bash scripts/ci-tsan.sh
+  stage "32-bit build (i386) and the whole suite"
+  bash scripts/ci-i386.sh
   stage "fuzzing (${FUZZ_SECONDS:-60} s per target)"
   bash scripts/ci-fuzz.sh
 fi

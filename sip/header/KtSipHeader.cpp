@@ -47,12 +47,12 @@ struct Registry {
     KtProbeTable<Constructor> table{kCapacity};
     bool complete = true;  // every registered name is in the table
 
-    __attribute__((always_inline)) Constructor find(const char* name, unsigned length) const {
+    KT_ALWAYS_INLINE Constructor find(const char* name, unsigned length) const {
         const char* exact;
         return find(name, length, exact);
     }
     // As above; `exact` is the registered name when the spelling matched it exactly, else null.
-    __attribute__((always_inline)) Constructor find(const char* name, unsigned length, const char*& exact) const {
+    KT_ALWAYS_INLINE Constructor find(const char* name, unsigned length, const char*& exact) const {
         Constructor c = table.find(name, length, exact);
         return c != nullptr ? c : probeIgnoringCase(name, length);
     }
@@ -121,7 +121,7 @@ namespace {
 // class, or an unknown header keeping the name. `constructor` is the registered constructor
 // (null for an unknown name), `exact` the registered name when `token` spelled it exactly.
 // Inlined: the usual line's reading (sConstructFrom) runs it once per line.
-__attribute__((always_inline)) inline KtSipHeader* construct(const char* token, unsigned length,
+KT_ALWAYS_INLINE KtSipHeader* construct(const char* token, unsigned length,
                                                              Constructor& constructor, const char*& exact) {
     exact = nullptr;
     constructor = gRegistry != nullptr ? gRegistry->find(token, length, exact) : nullptr;
@@ -312,7 +312,7 @@ void KtSipHeader::parseLine(const char* line, unsigned n, const char* colon) {
 
 // parseRest, inlined into the reading of a line. `wholeLine` tells that the stream's window
 // holds all there is (the line read in place), so that no refill is asked for at its end.
-__attribute__((always_inline)) inline void KtSipHeader::readValues(KtInputStream& in, bool wholeLine,
+KT_ALWAYS_INLINE void KtSipHeader::readValues(KtInputStream& in, bool wholeLine,
                                                                   KtSipHeader* (*elementConstructor)()) {
     TORVANE_TRACE_SCOPE(fileLogger(), "KtSipHeader::parseRest");
     // Each comma-separated element becomes a new header of the same class appended to the
@@ -362,7 +362,7 @@ __attribute__((always_inline)) inline void KtSipHeader::readValues(KtInputStream
 }
 
 // Inlined into both callers: the usual line's reading (sConstructFrom) runs it once per line.
-__attribute__((always_inline)) inline void KtSipHeader::parseNamedLine(const char* line, unsigned n, const char* name,
+KT_ALWAYS_INLINE void KtSipHeader::parseNamedLine(const char* line, unsigned n, const char* name,
                                                                        unsigned nameLength, const char* colon,
                                                                        KtSipHeader* (*ownConstructor)()) {
     if (ownConstructor == nullptr &&

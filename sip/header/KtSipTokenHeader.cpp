@@ -18,7 +18,7 @@ void KtSipTokenHeader::setParameter(const char* name, const char* value) {
 namespace {
 // The table behind sCommonWords, inlined into the token reader below (every token header
 // value is read through it).
-__attribute__((always_inline)) inline const KtStringTable& commonWords() {
+KT_ALWAYS_INLINE const KtStringTable& commonWords() {
     static const KtStringTable sTable{
         // methods
         "INVITE", "ACK", "BYE", "CANCEL", "OPTIONS", "REGISTER", "PRACK", "UPDATE", "REFER", "SUBSCRIBE",

@@ -33,19 +33,19 @@ const unsigned kMaxWord = 32;
 // Shared strings for the values nearly every Via holds, so that a default header and a
 // parsed "SIP/2.0/UDP" or "SIP/2.0/TCP" allocate nothing for them. Inlined: every Via made
 // or read asks for them.
-__attribute__((always_inline)) inline const KtString& sipText() {
+KT_ALWAYS_INLINE const KtString& sipText() {
     static const KtString sText(KtString::sStatic(KtSipHeader::sSIP));
     return sText;
 }
-__attribute__((always_inline)) inline const KtString& versionText() {
+KT_ALWAYS_INLINE const KtString& versionText() {
     static const KtString sText(KtString::sStatic(KtSipViaHeader::sProtocolVersion));
     return sText;
 }
-__attribute__((always_inline)) inline const KtString& udpText() {
+KT_ALWAYS_INLINE const KtString& udpText() {
     static const KtString sText(KtString::sStatic(KtSipHeader::sUDP));
     return sText;
 }
-__attribute__((always_inline)) inline const KtString& tcpText() {
+KT_ALWAYS_INLINE const KtString& tcpText() {
     static const KtString sText(KtString::sStatic(KtSipHeader::sTCP));
     return sText;
 }

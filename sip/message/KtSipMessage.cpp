@@ -39,7 +39,7 @@ constexpr char kPoolTag[] = "KtSipMessage";
 
 // The pool of message bodies and text buffers (the sized pool under the message tag),
 // reached by its fixed index.
-Torvane::KnownPool<Torvane::pooldetail::knownIndex(kPoolTag)> bodyPool() { return {}; }
+TORVANE_POOL(kPoolTag) bodyPool() { return {}; }
 
 /// Size of the buffer the first token of a message is read into.
 const unsigned FIRST_TOKEN_SIZE = 32;
@@ -350,7 +350,7 @@ void KtSipMessage::parseHeaders(KtInputStream& in) {
 }
 
 // Inlined into parseHeaders, which runs it for every header line.
-__attribute__((always_inline)) inline void KtSipMessage::appendParsedHeader(KtHandle<KtSipHeader>&& header,
+KT_ALWAYS_INLINE void KtSipMessage::appendParsedHeader(KtHandle<KtSipHeader>&& header,
                                                                              ParsedTails& tails) {
     const int id = header->getHeaderID();
     if (!isSlot(id)) {
@@ -506,7 +506,7 @@ __attribute__((noinline, cold)) void logOrderFull() {
 }  // namespace
 
 // Inlined into the parse loop (through appendParsedHeader) and addHeaderByID.
-__attribute__((always_inline)) inline void KtSipMessage::placeFirst(HeaderID id, KtHandle<KtSipHeader>&& header) {
+KT_ALWAYS_INLINE void KtSipMessage::placeFirst(HeaderID id, KtHandle<KtSipHeader>&& header) {
     m_Headers[id] = std::move(header);
     if (!m_HeaderOrder.append(id)) logOrderFull();
 }

@@ -1,6 +1,7 @@
 // The name-address: display name and URI.
 #include "KtSipNameAddress.h"
 
+#include <cstddef>
 #include <cstring>
 
 #include "KtSipParseError.h"
@@ -76,7 +77,7 @@ void KtSipNameAddress::parse(KtInputStream& in) {
     // where the loop below leaves it (see there).
     {
         const char* const p = in.current();
-        const char* const limit = in.end() - p > kNameBufferSize ? p + kNameBufferSize : in.end();
+        const char* const limit = in.end() - p > static_cast<std::ptrdiff_t>(kNameBufferSize) ? p + kNameBufferSize : in.end();
         const char* q = p;
         const char* lastQuote = nullptr;  // the closing quote of the last quoted string
         while (q < limit && *q != ':' && *q != '<' && *q != '\n') {

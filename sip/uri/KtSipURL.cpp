@@ -425,7 +425,7 @@ void KtSipURL::parse(KtInputStream& in) {
 // refused); user and password are made straight from the window. Returns false, having
 // consumed nothing, when the general reader must run.
 // Inlined into parse, its only caller.
-__attribute__((always_inline)) inline bool KtSipURL::parseSchemeAndUserInPlace(KtInputStream& in, bool bracketed) {
+KT_ALWAYS_INLINE bool KtSipURL::parseSchemeAndUserInPlace(KtInputStream& in, bool bracketed) {
     const char* p = in.current();
     const char* const end = in.end();
     if (end - p < 4 || std::memcmp(p, "sip:", 4) != 0) return false;
@@ -469,7 +469,7 @@ __attribute__((always_inline)) inline bool KtSipURL::parseSchemeAndUserInPlace(K
 }
 
 // Inlined into parse, its only caller.
-__attribute__((always_inline)) inline void KtSipURL::parseParameter(KtInputStream& in) {
+KT_ALWAYS_INLINE void KtSipURL::parseParameter(KtInputStream& in) {
     // Bytes that need a decision; every other byte is taken as it stands.
     static const KtDelimiterSet plain(";?> \t\r\n\"<=", 11);
     static const KtDelimiterSet ordinary = KtDelimiterSet::sComplementOf(plain);
