@@ -11,8 +11,8 @@ PACKAGES=(
   g++ cmake make pkg-config ccache
   # libraries the base layer links against
   liblog4cplus-dev libace-dev libssl-dev uuid-dev
-  # tests, benchmarks, the tool's JSON output
-  libgtest-dev libgmock-dev libbenchmark-dev nlohmann-json3-dev python3
+  # tests, benchmarks, the tool's JSON output and option parsing
+  libgtest-dev libgmock-dev libbenchmark-dev nlohmann-json3-dev libcli11-dev python3
   # fuzzing (clang with libFuzzer) and interoperability tests
   clang libclang-rt-14-dev sip-tester
   # API documentation
