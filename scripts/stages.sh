@@ -1,3 +1,4 @@
+# shellcheck shell=bash
 # Quiet steps for the scripts (sourced by test.sh and demo.sh).
 #
 #   source scripts/stages.sh
