@@ -19,7 +19,7 @@ JOBS=${KTSIP_JOBS:-2}
 
 source scripts/stages.sh
 if [[ ! -f $BUILD_DIR/CMakeCache.txt ]]; then
-  echo "demo: first run; installing the packages and building the tool takes about 8 minutes on 2 cores"
+  echo "demo: first run; installing the packages and building the tool takes 8 to 15 minutes on 2 cores"
 fi
 stages_init "${KTSIP_LOG_DIR:-$BUILD_DIR/logs}"
 run_stage deps bash scripts/install-deps.sh

@@ -27,9 +27,9 @@ estimate() {
 }
 if [[ ! -f $BUILD_DIR/CMakeCache.txt ]]; then
   if [[ $QUICK == 1 ]]; then
-    echo "test: first run; building and testing takes about 15 minutes on 2 cores"
+    echo "test: first run; building and testing takes 15 to 25 minutes on 2 cores"
   else
-    echo "test: first run; building and testing takes about 60 minutes on 2 cores (KTSIP_QUICK=1: about 15)"
+    echo "test: first run; building and testing takes 60 to 90 minutes on 2 cores (KTSIP_QUICK=1: 15 to 25)"
   fi
 fi
 stages_init "${KTSIP_LOG_DIR:-$BUILD_DIR/logs}"
@@ -41,7 +41,7 @@ build() {
   cmake -S "$ROOT" -B "$BUILD_DIR" -DCMAKE_BUILD_TYPE=RelWithDebInfo
   cmake --build "$BUILD_DIR" -j "$JOBS"
 }
-run_stage build --about "$(estimate "$BUILD_DIR" "about 10 min" "up to 10 min")" build
+run_stage build --about "$(estimate "$BUILD_DIR" "10 to 20 min" "up to 20 min")" build
 run_stage tests --about "about 3 min" \
   ctest --test-dir "$BUILD_DIR" --output-on-failure --no-tests=error -j "$JOBS"
 
