@@ -22,9 +22,12 @@ PACKAGES=(
 )
 
 missing=()
+# A package counts when it is installed for this machine's architecture (or for all): with
+# a foreign architecture added, dpkg-query prints one line per architecture.
+native=$(dpkg --print-architecture)
 for pkg in "${PACKAGES[@]}"; do
-  status=$(dpkg-query -W -f='${db:Status-Status}' "$pkg" 2>/dev/null || true)
-  if [[ "$status" != "installed" ]]; then
+  if ! dpkg-query -W -f='${db:Status-Status} ${Architecture}\n' "$pkg" 2>/dev/null |
+      grep -qE "^installed ($native|all)\$"; then
     missing+=("$pkg")
   fi
 done
