@@ -39,7 +39,7 @@ public:
     }
     T* operator->() const { return get().get(); }
     /// As get(), without the fill lock: for an owner that no other thread can reach yet, such
-    /// as an object being parsed (the parsers' convention, like the lists' Unshared calls).
+    /// as an object being parsed (the parsers' convention, like the lists' owner forms, KtParameters::sOwner).
     T& unshared() {
         if (this->loadAcquire() == nullptr) KtHandle<T>::operator=(KtHandle<T>(Make()));
         return *KtHandle<T>::get();

@@ -181,118 +181,228 @@ __attribute__((always_inline)) inline void KtParameters::setUnlocked(const char*
     appendUnlocked(name, nameLength, value, valueLength, hasValue);
 }
 
-// Reads one pair straight from the stream's window when the pair ends inside it, which is
-// the usual case (a header value is one window ending in CR LF). Returns false, having
-// consumed nothing, when the pair reaches the end of the window, when a piece would not fit
-// the work buffers of the general reader, or when an escape inside quotes stands in the
-// name: the general reader then handles the pair. On success `stop` is the byte the pair
-// ended at (left in the stream).
-// Inlined into parseUnlocked, its only caller, which runs it once per pair.
-__attribute__((always_inline)) inline bool KtParameters::parsePairInPlace(KtInputStream& in, bool commaEnds,
-                                                                         int& stop) {
-    const unsigned kMax = 1024;
-    const char* const begin = in.current();
-    const char* const end = in.end();
-    const char* p = begin;
-    const char* eq = nullptr;  // the "=" that starts the value
+namespace {
+
+// The longest name, and the longest value, of a pair (longer ones are refused).
+constexpr unsigned kPairMax = 1024;
+
+}  // namespace
+
+// The reading of one pair, over its text given from its first byte. Offsets count from there.
+struct KtParameters::PairScan {
+    unsigned pos = 0;  // bytes read
+    unsigned nameLength = 0;
+    unsigned valueLength = 0;
+    int equals = -1;           // offset of the "=" that starts the value
     bool quoted = false;
-    int c = -1;
-    // Bytes that need a decision, the separator among them; the others are skipped in bulk.
+    bool nameEscapes = false;  // an escape pair stood in the name (it is moved into the value)
+};
+
+enum class KtParameters::PairEnd : unsigned char { Stopped, NeedMore, TooLong };
+
+// The pair grammar, over `length` bytes of `text` from `scan.pos` on; `atEnd` tells that no
+// byte follows them. A pair ends, unread, at CR, LF, the end of the input and, outside
+// quotes, at the separator or (when `commaEnds`) at ","; its first "=" outside quotes starts
+// the value. Quotes are kept; inside them a backslash and the byte after it (not CR or LF)
+// go together into the value, even from the name. Name and value hold at most kPairMax
+// bytes: the byte that would pass that is read and TooLong returned. NeedMore is returned
+// when the text ends before the pair does (a backslash then stays unread). Without `Count`
+// the lengths are not kept (nor TooLong told): the usual pair is read at that cost, and
+// tellsLengths says whether its positions give them. With `Store` (and `Count`), the name
+// and value are copied to `name` and `value` (used when an escape stood in the name).
+template <bool Count, bool Store>
+__attribute__((always_inline)) inline KtParameters::PairEnd KtParameters::scanPair(const char* text, unsigned length, bool atEnd,
+                                                                    bool commaEnds, PairScan& scan, int& stop,
+                                                                    char* name, char* value) const {
+    // Bytes that need a decision, the separator among them; the others are taken in bulk.
     // The usual ";" lists have a table with their separator; other lists test it apart.
     static const KtDelimiterSet semicolonList("\r\n\",=\\;");
     static const KtDelimiterSet special("\r\n\",=\\");
     const char separator = m_Separator;
     const bool semicolons = separator == ';';
-    while (p < end) {
+    const char* const end = text + length;
+    unsigned pos = scan.pos;  // kept in a register while the loop runs
+    while (pos < length) {
+        const char* p = text + pos;
+        const char* q = p;
         if (semicolons) {
-            p = semicolonList.findIn(p, end);
-            if (p == end) return false;
+            q = semicolonList.findIn(p, end);
         } else {
-            while (!special.contains(static_cast<unsigned char>(*p)) && *p != separator)
-                if (++p == end) return false;
+            while (q < end && !special.contains(static_cast<unsigned char>(*q)) && *q != separator) ++q;
         }
-        c = static_cast<unsigned char>(*p);
-        if (c == '\r' || c == '\n') break;
-        if (!quoted && (c == m_Separator || (commaEnds && c == ','))) break;
-        ++p;
-        if (c == '"') quoted = !quoted;
-        if (eq == nullptr && !quoted && c == '=') {
-            eq = p - 1;
+        const unsigned plain = static_cast<unsigned>(q - p);
+        if (Count) {
+            unsigned& count = scan.equals < 0 ? scan.nameLength : scan.valueLength;
+            if (count + plain > kPairMax) {
+                scan.pos = pos + kPairMax - count + 1;
+                return PairEnd::TooLong;
+            }
+            if (Store) std::memcpy((scan.equals < 0 ? name : value) + count, p, plain);
+            count += plain;
+        }
+        pos += plain;
+        if (q == end) break;
+        const int c = static_cast<unsigned char>(*q);
+        if (c == '\r' || c == '\n' || (!scan.quoted && (c == separator || (commaEnds && c == ',')))) {
+            stop = c;
+            scan.pos = pos;
+            return PairEnd::Stopped;
+        }
+        if (c == '"') scan.quoted = !scan.quoted;
+        if (scan.equals < 0 && !scan.quoted && c == '=') {
+            scan.equals = static_cast<int>(pos++);
             continue;
         }
-        if (c == '\\' && quoted) {
-            if (p == end) return false;
-            if (*p != '\r' && *p != '\n') {
-                if (eq == nullptr) return false;  // the general reader moves it into the value
-                ++p;
+        if (c == '\\' && scan.quoted) {
+            if (pos + 1 == length && !atEnd) {
+                scan.pos = pos;
+                return PairEnd::NeedMore;
+            }
+            const int next = pos + 1 < length ? static_cast<unsigned char>(q[1]) : -1;
+            if (next >= 0 && next != '\r' && next != '\n') {
+                if (Count) {
+                    if (scan.valueLength + 2 > kPairMax) {
+                        scan.pos = pos + 1;
+                        return PairEnd::TooLong;
+                    }
+                    if (Store) std::memcpy(value + scan.valueLength, q, 2);
+                    scan.valueLength += 2;
+                }
+                if (scan.equals < 0) scan.nameEscapes = true;
+                pos += 2;
+                continue;
             }
         }
+        if (Count) {
+            unsigned& into = scan.equals < 0 ? scan.nameLength : scan.valueLength;
+            if (into + 1 > kPairMax) {
+                scan.pos = pos + 1;
+                return PairEnd::TooLong;
+            }
+            if (Store) (scan.equals < 0 ? name : value)[into] = static_cast<char>(c);
+            ++into;
+        }
+        ++pos;
     }
-    if (p == end) return false;
-    const char* nb = begin;
-    const char* ne = eq ? eq : p;
-    const char* vb = eq ? eq + 1 : p;
-    const char* ve = p;
-    if (static_cast<unsigned>(ne - nb) > kMax || static_cast<unsigned>(ve - vb) > kMax) return false;
+    scan.pos = pos;
+    if (!atEnd) return PairEnd::NeedMore;
+    stop = -1;
+    return PairEnd::Stopped;
+}
+
+// Stores the pair read by `scan` from `text`: name and value trimmed, no pair for an empty
+// name.
+__attribute__((always_inline)) inline void KtParameters::storePair(const char* text, const PairScan& scan,
+                                                                  bool commaEnds) {
+    if (scan.nameEscapes) {
+        storeEscapedPair(text, scan.pos, commaEnds);
+        return;
+    }
+    const char* nb = text;
+    const char* ne = text + (scan.equals < 0 ? scan.pos : static_cast<unsigned>(scan.equals));
+    const char* vb = scan.equals < 0 ? ne : text + scan.equals + 1;
+    const char* ve = text + scan.pos;
     ktTrimRange(nb, ne);
     ktTrimRange(vb, ve);
-    if (ne > nb) setUnlocked(nb, static_cast<unsigned>(ne - nb), vb, static_cast<unsigned>(ve - vb), eq != nullptr);
-    in.setCurrent(p);
-    stop = c;
-    return true;
+    if (ne > nb) setUnlocked(nb, static_cast<unsigned>(ne - nb), vb, static_cast<unsigned>(ve - vb), scan.equals >= 0);
+}
+
+// As storePair for a pair whose name held an escape pair: the name loses it to the value, so
+// the pair's `length` bytes are read again, copying name and value apart.
+__attribute__((noinline)) void KtParameters::storeEscapedPair(const char* text, unsigned length, bool commaEnds) {
+    char name[kPairMax];
+    char value[kPairMax];
+    PairScan scan;
+    int stop;
+    scanPair<true, true>(text, length, true, commaEnds, scan, stop, name, value);
+    const char* nb = name;
+    const char* ne = name + scan.nameLength;
+    const char* vb = value;
+    const char* ve = value + scan.valueLength;
+    ktTrimRange(nb, ne);
+    ktTrimRange(vb, ve);
+    if (ne > nb) setUnlocked(nb, static_cast<unsigned>(ne - nb), vb, static_cast<unsigned>(ve - vb), scan.equals >= 0);
+}
+
+// True when a pair read without counting ended within the limits and with no escape in its
+// name: its name and value are then the bytes before and after its "=", as counted.
+inline bool KtParameters::tellsLengths(const PairScan& scan) {
+    if (scan.nameEscapes) return false;
+    if (scan.pos <= kPairMax) return true;  // the usual pair: both parts are shorter
+    if (scan.equals < 0) return false;
+    return static_cast<unsigned>(scan.equals) <= kPairMax && scan.pos - scan.equals - 1 <= kPairMax;
+}
+
+// Reads one pair from `in` and returns the byte it ended at (left in the stream), or -1 at
+// the end of the input. The usual pair ends inside the stream's window and is read where it
+// stands; any other (crossing the window, too long, an escape in its name) is read again
+// by countPair.
+__attribute__((always_inline)) inline int KtParameters::readPair(KtInputStream& in, bool commaEnds) {
+    PairScan scan;
+    int stop = -1;
+    const char* window = in.current();
+    const unsigned available = static_cast<unsigned>(in.end() - window);
+    if (scanPair<false, false>(window, available, false, commaEnds, scan, stop, nullptr, nullptr) != PairEnd::Stopped ||
+        !tellsLengths(scan))
+        return countPair(in);
+    storePair(window, scan, commaEnds);
+    in.setCurrent(window + scan.pos);
+    return stop;
+}
+
+// readPair counting the lengths: a pair that ends inside the window is read there; otherwise
+// its text is gathered window by window into a buffer that holds the longest pair, and read
+// there by the same grammar.
+__attribute__((noinline)) int KtParameters::countPair(KtInputStream& in) {
+    const bool commaEnds = m_Separator != ',';
+    PairScan scan;
+    int stop = -1;
+    const char* window = in.current();
+    unsigned available = static_cast<unsigned>(in.end() - window);
+    PairEnd result = scanPair<true, false>(window, available, false, commaEnds, scan, stop, nullptr, nullptr);
+    if (result == PairEnd::Stopped) {
+        storePair(window, scan, commaEnds);
+        in.setCurrent(window + scan.pos);
+        return stop;
+    }
+    // Room for every byte the grammar can read before it stops or refuses the pair: a name,
+    // "=", a value, and the bytes that end them.
+    char text[2 * kPairMax + 4];
+    unsigned gathered = 0;  // bytes of the pair from earlier windows
+    for (;;) {
+        if (result == PairEnd::TooLong) {
+            in.setCurrent(window + (scan.pos - gathered));
+            KtException::sThrow("Parameter too long");
+        }
+        if (result == PairEnd::Stopped) {
+            storePair(text, scan, commaEnds);
+            in.setCurrent(window + (scan.pos - gathered));
+            return stop;
+        }
+        // The window ended first: keep its bytes and read on in the next one.
+        if (available > sizeof text - gathered) available = static_cast<unsigned>(sizeof text - gathered);
+        std::memcpy(text + gathered, window, available);
+        gathered += available;
+        in.setCurrent(window + available);
+        if (!in.fill()) {
+            window = in.current();
+            result = scanPair<true, false>(text, gathered, true, commaEnds, scan, stop, nullptr, nullptr);
+            continue;  // the pair ends with the input (pos is then `gathered`)
+        }
+        window = in.current();
+        available = static_cast<unsigned>(in.end() - window);
+        const unsigned room = static_cast<unsigned>(sizeof text - gathered);
+        const unsigned taken = available < room ? available : room;
+        std::memcpy(text + gathered, window, taken);
+        result = scanPair<true, false>(text, gathered + taken, false, commaEnds, scan, stop, nullptr, nullptr);
+        if (result == PairEnd::NeedMore) available = taken;  // every byte of this window was read
+    }
 }
 
 void KtParameters::parseUnlocked(KtInputStream& in) {
-    // A pair is read in place when it ends inside the stream's window; otherwise it is
-    // collected into a bounded work buffer: name, then (after "=") value. Quoted text may
-    // contain any byte but CR/LF; the quotes are kept with the value.
-    const unsigned kMax = 1024;
     const bool commaEnds = m_Separator != ',';
     for (;;) {
-        int c;
-        if (!parsePairInPlace(in, commaEnds, c)) {
-            char name[kMax];
-            char value[kMax];
-            unsigned nameLen = 0, valueLen = 0;
-            bool inValue = false, quoted = false;
-            for (;;) {
-                c = in.peek();
-                if (c < 0 || c == '\r' || c == '\n') break;
-                if (!quoted && (c == m_Separator || (commaEnds && c == ','))) break;
-                in.advance(1);
-                if (c == '"') quoted = !quoted;
-                if (!inValue && !quoted && c == '=') {
-                    inValue = true;
-                    continue;
-                }
-                if (c == '\\' && quoted) {
-                    // Keep an escaped byte inside a quoted value as it stands.
-                    int next = in.peek();
-                    if (next >= 0 && next != '\r' && next != '\n') {
-                        if (valueLen + 2 > kMax) KtException::sThrow("Parameter too long");
-                        value[valueLen++] = '\\';
-                        value[valueLen++] = static_cast<char>(next);
-                        in.advance(1);
-                        continue;
-                    }
-                }
-                if (inValue) {
-                    if (valueLen + 1 > kMax) KtException::sThrow("Parameter too long");
-                    value[valueLen++] = static_cast<char>(c);
-                } else {
-                    if (nameLen + 1 > kMax) KtException::sThrow("Parameter too long");
-                    name[nameLen++] = static_cast<char>(c);
-                }
-            }
-            const char* nb = name;
-            const char* ne = name + nameLen;
-            ktTrimRange(nb, ne);
-            const char* vb = value;
-            const char* ve = value + valueLen;
-            ktTrimRange(vb, ve);
-            if (ne > nb)
-                setUnlocked(nb, static_cast<unsigned>(ne - nb), vb, static_cast<unsigned>(ve - vb), inValue);
-        }
+        const int c = readPair(in, commaEnds);
         if (c == m_Separator) {
             in.advance(1);
             while (isBlank(in.peek())) in.advance(1);
@@ -307,17 +417,17 @@ void KtParameters::parse(KtInputStream& in) {
     parseUnlocked(in);
 }
 
-void KtParameters::parseUnshared(KtInputStream& in) {
+void KtParameters::parse(KtInputStream& in, Owner) {
     unshared([&] { parseUnlocked(in); });
 }
 
-void KtParameters::setValueUnshared(const char* name, const char* value) {
+void KtParameters::setValue(const char* name, const char* value, Owner) {
     if (name == nullptr) return;
-    setValueUnshared(name, static_cast<unsigned>(std::strlen(name)), value,
-                     value ? static_cast<unsigned>(std::strlen(value)) : 0, value != nullptr);
+    setValue(name, static_cast<unsigned>(std::strlen(name)), value, value ? static_cast<unsigned>(std::strlen(value)) : 0,
+             value != nullptr, sOwner);
 }
 
-void KtParameters::reserveUnshared(unsigned pairs, unsigned textBytes) {
+void KtParameters::reserve(unsigned pairs, unsigned textBytes, Owner) {
     // Bounded, so that an estimate from a large input cannot ask for a huge block.
     const unsigned kMaxPairs = 256, kMaxText = 1u << 16;
     if (pairs > kMaxPairs) pairs = kMaxPairs;
@@ -328,31 +438,31 @@ void KtParameters::reserveUnshared(unsigned pairs, unsigned textBytes) {
     });
 }
 
-void KtParameters::setValueUnshared(const char* name, unsigned nameLength, const char* value, unsigned valueLength,
-                                    bool hasValue) {
+void KtParameters::setValue(const char* name, unsigned nameLength, const char* value, unsigned valueLength, bool hasValue,
+                            Owner) {
     unshared([&] { setUnlocked(name, nameLength, value, valueLength, hasValue); });
 }
 
-void KtParameters::clearUnshared() {
+void KtParameters::clear(Owner) {
     unshared([&] { clearPairs(); });
 }
 
-bool KtParameters::hasNameUnshared(const char* name) const {
+bool KtParameters::hasName(const char* name, Owner) const {
     return unshared([&] { return findUnlocked(name) >= 0; });
 }
 
-KtString KtParameters::getValueUnshared(const char* name) const {
+KtString KtParameters::getValue(const char* name, Owner) const {
     return unshared([&] {
         int i = findUnlocked(name);
         return i < 0 ? KtString() : valueString(m_pPairs[static_cast<unsigned>(i)]);
     });
 }
 
-bool KtParameters::removeValueUnshared(const char* name) {
+bool KtParameters::removeValue(const char* name, Owner) {
     return unshared([&] { return removeUnlocked(name); });
 }
 
-unsigned KtParameters::sizeUnshared() const {
+unsigned KtParameters::size(Owner) const {
     return m_Size;  // an atomic read, as in size()
 }
 

@@ -34,27 +34,29 @@ public:
     /// dropped. Reading stops, without consuming it, at CR, LF, the end of the input and,
     /// outside quotes, at "," unless "," is the separator. Empty elements (";;") are skipped.
     void parse(KtInputStream& in);
-    /// As parse(in), without taking the list's mutex, for a list that no other thread can
-    /// reach: the library's parsers call it on the list of a header or URL they are reading
-    /// (the owner is not yet, or not any more, shared). When the list is referenced by more
-    /// than one handle it takes the mutex like parse(in).
-    void parseUnshared(KtInputStream& in);
-    /// As setValue, clear, hasName, getValue, removeValue and size, likewise without the
-    /// mutex for a list no other thread can reach.
-    void setValueUnshared(const char* name, const char* value);
+    /// Selects the owner's forms of the operations below, for the thread that owns a list no
+    /// other thread can reach (the library's parsers, on the list of a header or URL they are
+    /// reading): they take the list's mutex only when the list is referenced by more than one
+    /// handle, and otherwise act as the plain forms.
+    struct Owner {};
+    static constexpr Owner sOwner{};
+    /// As parse(in), in the owner's form.
+    void parse(KtInputStream& in, Owner);
+    /// As setValue, clear, hasName, getValue, removeValue and size, in the owner's form.
+    void setValue(const char* name, const char* value, Owner);
+    /// As setValue(name, value, sOwner) over texts given by their lengths (holding no NUL);
+    /// `hasValue` false gives a bare name (the value is then ignored).
+    void setValue(const char* name, unsigned nameLength, const char* value, unsigned valueLength, bool hasValue,
+                  Owner);
     /// Makes room for `pairs` more pairs holding `textBytes` more bytes of names and values
     /// (NULs not counted), so that a reader which knows about how much it will store grows
-    /// the list once. Without the mutex, like the operations above.
-    void reserveUnshared(unsigned pairs, unsigned textBytes);
-    /// As setValueUnshared(name, value) over texts given by their lengths (holding no NUL);
-    /// `hasValue` false gives a bare name (the value is then ignored).
-    void setValueUnshared(const char* name, unsigned nameLength, const char* value, unsigned valueLength,
-                          bool hasValue);
-    void clearUnshared();
-    bool hasNameUnshared(const char* name) const;
-    KtString getValueUnshared(const char* name) const;
-    bool removeValueUnshared(const char* name);
-    unsigned sizeUnshared() const;
+    /// the list once. In the owner's form only.
+    void reserve(unsigned pairs, unsigned textBytes, Owner);
+    void clear(Owner);
+    bool hasName(const char* name, Owner) const;
+    KtString getValue(const char* name, Owner) const;
+    bool removeValue(const char* name, Owner);
+    unsigned size(Owner) const;
     /// As above over a NUL-terminated text.
     void parse(const char* text);
     /// Writes the pairs joined by the separator (name, or name=value), nothing when empty.
@@ -178,7 +180,16 @@ private:
     void erasePair(unsigned i);
     void clearPairs() noexcept;
     void freeBlocks() noexcept;
-    bool parsePairInPlace(KtInputStream& in, bool commaEnds, int& stop);
+    struct PairScan;
+    enum class PairEnd : unsigned char;
+    template <bool Count, bool Store>
+    PairEnd scanPair(const char* text, unsigned length, bool atEnd, bool commaEnds, PairScan& scan, int& stop,
+                     char* name, char* value) const;
+    void storePair(const char* text, const PairScan& scan, bool commaEnds);
+    void storeEscapedPair(const char* text, unsigned length, bool commaEnds);
+    int readPair(KtInputStream& in, bool commaEnds);
+    int countPair(KtInputStream& in);
+    static bool tellsLengths(const PairScan& scan);
     int findUnlocked(const char* name) const;
     bool removeUnlocked(const char* name);
     void setUnlocked(const char* name, unsigned nameLength, const char* value, unsigned valueLength, bool hasValue);

@@ -14,6 +14,7 @@
 #include "KtException.h"
 #include "KtInputStream.h"
 #include "KtOutputStream.h"
+#include "KtSipHeader.h"
 
 namespace fuzz {
 
@@ -49,6 +50,15 @@ bool firstWriting(Write write, std::string& text) {
         return false;
     }
     return true;
+}
+
+/// True when the name that `header` writes selects another class than the header's own:
+/// the reader chooses the class by the name as it stands before the colon (leading white
+/// space and CRs included) and keeps the name trimmed and without CRs, so " From: x" is an
+/// unknown header written "From: x". Its output legitimately reads back as another header.
+inline bool renamed(const KtSipHeader& header) {
+    KtHandle<KtSipHeader> probe(KtSipHeader::sConstruct(header.getToken().c_str()));
+    return probe->getHeaderID() != header.getHeaderID();
 }
 
 /// What `write(out)` puts into a byte-array output stream.

@@ -39,7 +39,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         fuzz::expectSame("a cloned header writes the same value", valueText(*h), valueText(*copy));
     }
 
-    if (!fuzz::strictRoundTrip()) return 0;
+    // A name that selects another class when written (" From" read as an unknown header
+    // named "From", see fuzz::renamed) legitimately reads back as that other class.
+    if (!fuzz::strictRoundTrip() || fuzz::renamed(*header)) return 0;
     // Read the output back: one line per element of the chain.
     KtByteArrayInputStream back(text.data(), static_cast<unsigned>(text.size()));
     std::string reread;

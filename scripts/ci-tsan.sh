@@ -1,13 +1,16 @@
 #!/usr/bin/env bash
 # ThreadSanitizer stage.
 #
-# Builds the libraries, the message tests and the base tests with -DKTSIP_TSAN=ON in a build directory of
-# its own (no tool, no install rules: only what the concurrency test needs) and runs the
+# Builds the libraries, the message tests, the base tests, the ktsip tool and its tests with
+# -DKTSIP_TSAN=ON in a build directory of its own (no install rules) and runs the
 # concurrency test: threads parsing, serializing, cloning and keying independent messages,
 # and threads sharing one message (add, remove, look up, serialize under its mutex) and
 # its headers' parameter lists; then the threaded tests of the base layer (reference counts,
-# immortal constants, pools and thread caches handed from ended threads to new ones).
-# Any data race or lock-order report fails the stage.
+# immortal constants, pools and thread caches handed from ended threads to new ones); then
+# `ktsip serve` (several I/O threads and its timer thread): its tests, and sipp's scenarios
+# against it (scripts/interop.sh, fewer calls, when sipp is installed). A server that
+# ThreadSanitizer reports on exits with status 66, which fails those runs. Any data race or
+# lock-order report fails the stage.
 #
 # Environment:
 #   BUILD_DIR          build directory (default: build-ci-tsan in the source tree)
@@ -33,12 +36,12 @@ cmake -S "$ROOT" -B "$BUILD_DIR" \
   -DCMAKE_CXX_FLAGS_DEBUG="-g -O1" \
   -DCMAKE_CXX_FLAGS="-Wno-maybe-uninitialized" \
   -DKTSIP_TSAN=ON \
-  -DKTSIP_BUILD_TOOLS=OFF \
+  -DKTSIP_BUILD_TOOLS=ON \
   -DKTSIP_INSTALL=OFF \
   -DCMAKE_GTEST_DISCOVER_TESTS_DISCOVERY_MODE=PRE_TEST
 
-echo "== ci-tsan: build test_sip_message and test_base"
-cmake --build "$BUILD_DIR" --target test_sip_message test_base -j "$JOBS"
+echo "== ci-tsan: build test_sip_message, test_base, ktsip and test_tools"
+cmake --build "$BUILD_DIR" --target test_sip_message test_base ktsip_tool test_tools -j "$JOBS"
 
 export TSAN_OPTIONS="halt_on_error=1:second_deadlock_stack=1:report_signal_unsafe=0:exitcode=66"
 
@@ -62,7 +65,9 @@ run() {
 LOG=$(mktemp)
 trap 'rm -f "$LOG"' EXIT
 # The threads of the message tests, and those of the object, string and pool tests.
-for target in "test_sip_message Concurrency.*" "test_base MemPool.*:KtMutex.*:KtObjectLifetime.*"; do
+# The server tests start the instrumented ktsip, which inherits TSAN_OPTIONS.
+for target in "test_sip_message Concurrency.*" "test_base MemPool.*:KtMutex.*:KtObjectLifetime.*" \
+              "test_tools KtsipServe.*"; do
   read -r name filter <<<"$target"
   TEST=$BUILD_DIR/tests/$name
   echo "== ci-tsan: $TEST --gtest_filter=$filter (x$REPEAT)"
@@ -73,4 +78,14 @@ for target in "test_sip_message Concurrency.*" "test_base MemPool.*:KtMutex.*:Kt
   fi
   grep -E "^\[  (PASSED|FAILED) |tests? from .* ran" "$LOG" | tail -3
 done
+if command -v sipp >/dev/null; then
+  echo "== ci-tsan: interop (sipp against the instrumented ktsip serve)"
+  if ! KTSIP_INTEROP_CALLS=200 KTSIP_INTEROP_RATE=100 KTSIP_INTEROP_LOST_CALLS=50 \
+      bash "$ROOT/scripts/interop.sh" "$BUILD_DIR/tools/ktsip/ktsip" >"$LOG" 2>&1; then
+    cat "$LOG"
+    echo "ci-tsan: FAILED" >&2
+    exit 1
+  fi
+  tail -1 "$LOG"
+fi
 echo "ci-tsan: no data race reported"

@@ -13,6 +13,8 @@ PACKAGES=(
   liblog4cplus-dev libace-dev libssl-dev uuid-dev
   # tests, benchmarks, the tool's JSON output and option parsing
   libgtest-dev libgmock-dev libbenchmark-dev nlohmann-json3-dev libcli11-dev python3
+  # the event loop of `ktsip serve` (standalone asio, header-only)
+  libasio-dev
   # fuzzing (clang with libFuzzer) and interoperability tests
   clang libclang-rt-14-dev sip-tester
   # API documentation

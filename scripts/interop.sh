@@ -14,6 +14,10 @@
 #   register   REGISTER, 401 with a Digest challenge, REGISTER with credentials, 200
 #   forbidden  the same with a wrong password, which must end in 403
 #   cancel     INVITE, 180, CANCEL: 200 for the CANCEL and 487 for the INVITE (5 calls)
+# and over UDP once more:
+#   uac-lost   the uac scenario with 5% of the packets lost (sipp -lost 5), 200 calls at 50
+#              calls per second: retransmissions on both sides (the server resends each 200
+#              of an INVITE until its ACK arrives) must complete every call
 # Each sipp run must exit 0 and count every call successful and none failed. The server is
 # then stopped with SIGTERM and the counts it prints are checked: every request arrived,
 # every expected response went out, no unexpected response code, nothing dropped.
@@ -36,6 +40,7 @@ CLIENT_PORT=${KTSIP_INTEROP_CLIENT_PORT:-15061}
 CALLS=${KTSIP_INTEROP_CALLS:-500}
 RATE=${KTSIP_INTEROP_RATE:-200}
 CANCELS=5
+LOST_CALLS=${KTSIP_INTEROP_LOST_CALLS:-200}
 USER_NAME=alice
 USER_SECRET=interop-secret
 
@@ -110,6 +115,7 @@ for transport in udp tcp; do
     -s "$USER_NAME" -au "$USER_NAME" -ap "not-$USER_SECRET"
   scenario "cancel-$transport" "$CANCELS" -sf "$SCENARIOS/cancel.xml" -t "$t" -r 10
 done
+scenario "uac-lost-udp" "$LOST_CALLS" -sn uac -t u1 -r 50 -lost 5
 
 echo "==> stopping the server (SIGTERM)"
 kill -TERM "$SERVER_PID"
@@ -131,9 +137,9 @@ fi
 # Counts the server must have printed. Both transports ran every scenario once. UDP
 # retransmissions may add requests (and their answers), so requests and expected codes
 # are lower bounds; every other response code is a failure.
-if ! python3 - "$WORK/server.json" "$CALLS" "$CANCELS" <<'EOF'; then
+if ! python3 - "$WORK/server.json" "$CALLS" "$CANCELS" "$LOST_CALLS" <<'EOF'; then
 import json, sys
-path, calls, cancels = sys.argv[1], int(sys.argv[2]), int(sys.argv[3])
+path, calls, cancels, lost_calls = sys.argv[1], int(sys.argv[2]), int(sys.argv[3]), int(sys.argv[4])
 try:
     counts = json.load(open(path))
 except Exception as e:
@@ -150,6 +156,12 @@ responses = {
     "200": runs * (2 * calls + 1 + 1 + cancels),
     "401": runs * 2, "403": runs, "487": runs * cancels,
 }
+# Every completed call of the run with losses brought its INVITE and BYE, and took their
+# answers; its ACK may have been lost for good.
+for method in ("INVITE", "BYE"):
+    requests[method] += lost_calls
+for code, n in (("100", 1), ("180", 1), ("200", 2)):
+    responses[code] += n * lost_calls
 problems = []
 for method, want in requests.items():
     got = counts["requests"].get(method, 0)

@@ -66,7 +66,7 @@ void readPlainPairs(KtInputStream& in, KtParameters& pairs, unsigned& buffered) 
         const unsigned valueLength = static_cast<unsigned>(valueEnd - valueBegin);
         if (nameLength + valueLength > KtSipDigestPairReader::BUFFER_SIZE - buffered) return;
         buffered += nameLength + valueLength;
-        pairs.setValueUnshared(start, nameLength, valueBegin, valueLength, true);
+        pairs.setValue(start, nameLength, valueBegin, valueLength, true, KtParameters::sOwner);
         p = q + 1;
         in.setCurrent(p);
     }
@@ -93,7 +93,7 @@ void KtSipDigestPairReader::sRead(KtInputStream& in, KtParameters& pairs, NameCa
             ++commas;
             ++p;
         }
-        pairs.reserveUnshared(commas + 1, window < BUFFER_SIZE ? window : BUFFER_SIZE);
+        pairs.reserve(commas + 1, window < BUFFER_SIZE ? window : BUFFER_SIZE, KtParameters::sOwner);
     }
     // The pairs of the usual shape before the last one are stored from the window; the
     // loop below starts where they end, with their bytes counted.
@@ -113,7 +113,7 @@ void KtSipDigestPairReader::sRead(KtInputStream& in, KtParameters& pairs, NameCa
         if (haveName && nameLength > 0) {
             if (last && nameCase == LowerCaseLastName) lowerCase(name, nameLength);
             buffer[write] = '\0';
-            pairs.setValueUnshared(name, buffer + segment);
+            pairs.setValue(name, buffer + segment, KtParameters::sOwner);
             TORVANE_DEBUG(fileLogger(), "pair " << name << " = \"" << (buffer + segment) << "\"");
         }
         haveName = false;

@@ -34,7 +34,7 @@ void KtSipContentDispositionHeader::doParse(KtInputStream& in) {
     KtStreamTokenizer::sDiscardWhite(in);
     if (in.peek() == ';') {
         in.read();
-        m_parameters->parseUnshared(in);
+        m_parameters->parse(in, KtParameters::sOwner);
     }
 }
 

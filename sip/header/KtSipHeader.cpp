@@ -193,8 +193,9 @@ KtSipHeader* KtSipHeader::sConstruct(const char* token) {
 
 KtHandle<KtSipHeader> KtSipHeader::sConstructFrom(KtInputStream& in) {
     TORVANE_TRACE_SCOPE(fileLogger(), "KtSipHeader::sConstructFrom");
-    // The name is peeked up to the colon. The peek also stops at a line end, so that a line
-    // without a colon does not borrow the name of the next line.
+    // The name is peeked up to the colon. The peek also stops at an LF, so that a line
+    // without a colon does not borrow the name of the next line; a CR is part of the peeked
+    // name (the line's reading drops it later).
     PlainLine plain;
     if (findPlainLine(in, LINE_BUFFER_SIZE - 2, plain)) {
         Constructor constructor;
@@ -211,7 +212,7 @@ KtHandle<KtSipHeader> KtSipHeader::sConstructFrom(KtInputStream& in) {
                                tokenIsName ? constructor : nullptr);
         return header;
     }
-    static const KtDelimiterSet nameEnd(":\r\n");
+    static const KtDelimiterSet nameEnd(":\n");
     char name[NAME_BUFFER_SIZE];
     int n = KtStreamTokenizer::sPeekToken(in, nameEnd, name, NAME_BUFFER_SIZE);
     while (n > 0 && ktIsWhite(name[n - 1])) name[--n] = '\0';
@@ -219,16 +220,13 @@ KtHandle<KtSipHeader> KtSipHeader::sConstructFrom(KtInputStream& in) {
         KtStreamTokenizer::sDiscardLine(in);
         KtSipParseError::sThrow("Header token expected");
     }
+    // The class is chosen by the peeked name (trailing blanks stripped, leading ones kept);
+    // the header then keeps the name read from the whole line, CRs dropped and trimmed. The
+    // two may differ: " From" or "Fr<CR>om" select the unknown header, which is written back
+    // under the name "From".
     bool registered;
     KtHandle<KtSipHeader> header(construct(name, registered));
     header->parse(in);
-    // The class was chosen by the peeked name, but the header keeps the name read from the
-    // whole line (CRs dropped, blanks trimmed). A CR inside the name or white space before
-    // it makes the two differ ("Vi<CR>a" peeks "Vi", " Via" peeks " Via", "F<CR>om" peeks
-    // the compact "F" of From and writes "Fom"); when they select different classes, the
-    // line would be written back as one that the next reader parses as another class, or as
-    // none. A header name holds neither, so such a line is refused.
-    if (lookup(header->getToken().c_str()) != lookup(name)) KtSipParseError::sThrow("Invalid header name");
     return header;
 }
 

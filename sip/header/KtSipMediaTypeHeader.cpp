@@ -49,7 +49,7 @@ void KtSipMediaTypeHeader::doParse(KtInputStream& in) {
         in.read();
         // The list is read from the stream: it ends at "," outside double quotes or at the
         // line end, so a quoted value may hold a comma.
-        m_parameters.unshared().parseUnshared(in);
+        m_parameters.unshared().parse(in, KtParameters::sOwner);
     }
 }
 

@@ -35,7 +35,7 @@ void KtSipNameAddrParamsHeader::parseParameters(KtInputStream& in) {
     // 127 is negative as a signed byte and ends it too. The character stays consumed.
     if (static_cast<signed char>(c) <= 13 || c < 0) return;
     if (c != ';') in.reset();
-    m_parameters.unshared().parseUnshared(in);
+    m_parameters.unshared().parse(in, KtParameters::sOwner);
 }
 
 void KtSipNameAddrParamsHeader::serializeParameters(KtOutputStream& out) const {
@@ -72,10 +72,10 @@ void KtSipNameAddrParamsHeader::checkAddress(const char* message, bool fresh) {
     if (!url->hasParameters()) return;
     KtParameters& parameters = *url->getParameters();
     if (fresh) {
-        parameters.removeValueUnshared("transport");
-        parameters.removeValueUnshared("maddr");
-        parameters.removeValueUnshared("ttl");
-        if (url->hasHeaders()) url->getHeaders()->clearUnshared();
+        parameters.removeValue("transport", KtParameters::sOwner);
+        parameters.removeValue("maddr", KtParameters::sOwner);
+        parameters.removeValue("ttl", KtParameters::sOwner);
+        if (url->hasHeaders()) url->getHeaders()->clear(KtParameters::sOwner);
         return;
     }
     parameters.removeValue("transport");

@@ -43,8 +43,8 @@ void KtSipSessionExpiresHeader::checkRefresher(bool fresh) const {
     // Without a refresher parameter the header is valid (RFC 4028 makes it optional).
     if (m_Parameters.isNil()) return;
     const KtParameters& parameters = *m_Parameters;
-    if (!(fresh ? parameters.hasNameUnshared(sRefresher) : parameters.hasName(sRefresher))) return;
-    KtString refresher = fresh ? parameters.getValueUnshared(sRefresher) : parameters.getValue(sRefresher);
+    if (!(fresh ? parameters.hasName(sRefresher, KtParameters::sOwner) : parameters.hasName(sRefresher))) return;
+    KtString refresher = fresh ? parameters.getValue(sRefresher, KtParameters::sOwner) : parameters.getValue(sRefresher);
     if (refresher.compareNoCase(sUAC) != 0 && refresher.compareNoCase(sUAS) != 0)
         KtSipParseError::sThrow("Invalid Refresher in Session-Expires Header");
 }
@@ -57,7 +57,7 @@ void KtSipSessionExpiresHeader::doParse(KtInputStream& in) {
     if (in.peek() == ';') {
         in.read();
         if (m_Parameters.isNil()) m_Parameters = new KtParameters(';');
-        m_Parameters->parseUnshared(in);
+        m_Parameters->parse(in, KtParameters::sOwner);
     }
     // A received header with a refresher other than uac or uas is malformed.
     checkRefresher(true);

@@ -58,7 +58,7 @@ void KtSipTokenHeader::doParse(KtInputStream& in) {
         if (in.peek() == ';') {
             in.read();
             m_Parameters = new KtParameters(';');
-            m_Parameters->parseUnshared(in);
+            m_Parameters->parse(in, KtParameters::sOwner);
         }
     }
     TORVANE_DEBUG(syntax.logger, syntax.parseScope << " value=\"" << m_Value.c_str() << '"');

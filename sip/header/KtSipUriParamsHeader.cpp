@@ -44,7 +44,7 @@ void KtSipUriParamsHeader::doParse(KtInputStream& in) {
     // value; the character stays consumed.
     if (static_cast<signed char>(c) <= 13) return;
     if (c != ';') in.reset();
-    m_parameters->parseUnshared(in);
+    m_parameters->parse(in, KtParameters::sOwner);
 }
 
 void KtSipUriParamsHeader::doSerialize(KtOutputStream& out) const {

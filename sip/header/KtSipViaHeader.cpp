@@ -153,7 +153,7 @@ void KtSipViaHeader::parseParameters(KtInputStream& in) {
     // Without a "(" in the buffered bytes there is no comment to stop at: the usual case,
     // told by one memchr instead of a walk over the parameters.
     if (std::memchr(begin, '(', static_cast<std::size_t>(end - begin)) == nullptr) {
-        m_parameters->parseUnshared(in);
+        m_parameters->parse(in, KtParameters::sOwner);
         return;
     }
     const char* p = begin;
@@ -173,10 +173,10 @@ void KtSipViaHeader::parseParameters(KtInputStream& in) {
     }
     if (p < end && *p == '(') {
         KtByteArrayInputStream element(begin, static_cast<unsigned>(p - begin));
-        m_parameters->parseUnshared(element);
+        m_parameters->parse(element, KtParameters::sOwner);
         in.setCurrent(p);
     } else {
-        m_parameters->parseUnshared(in);
+        m_parameters->parse(in, KtParameters::sOwner);
     }
 }
 
@@ -249,10 +249,10 @@ void KtSipViaHeader::checkFields(bool fresh) const {
         KtSipParseError::sThrow(kInvalidVia);
     if (m_parameters.isNil()) return;
     const KtParameters& parameters = *m_parameters;
-    if (!(fresh ? parameters.hasNameUnshared(sTTL) : parameters.hasName(sTTL))) return;
+    if (!(fresh ? parameters.hasName(sTTL, KtParameters::sOwner) : parameters.hasName(sTTL))) return;
     // ttl = 1*3DIGIT, 0 to 255. A bare "ttl", a value with anything but digits and a value
     // that does not fit are refused as well as one above 255.
-    KtString ttl = fresh ? parameters.getValueUnshared(sTTL) : parameters.getValue(sTTL);
+    KtString ttl = fresh ? parameters.getValue(sTTL, KtParameters::sOwner) : parameters.getValue(sTTL);
     const char* text = ttl.c_str();
     unsigned length = ttl.length();
     if (length == 0 || length > 10 || std::strspn(text, "0123456789") != length) KtSipParseError::sThrow(kInvalidTTL);
@@ -292,7 +292,7 @@ void KtSipViaHeader::doParse(KtInputStream& in) {
     if (m_parameters.isNil())
         m_parameters = new KtParameters(';');
     else
-        m_parameters->clearUnshared();
+        m_parameters->clear(KtParameters::sOwner);
     // Port, comment and parameters in any order; each step consumes at least one byte.
     for (;;) {
         KtStreamTokenizer::sDiscardWhite(in);

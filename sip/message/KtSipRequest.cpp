@@ -241,13 +241,17 @@ void KtSipRequest::parseStartLine(KtInputStream& in) {
     line[end + 1] = '\n';
     line[end + 2] = '\0';
     // The scheme is judged on the text first: "sips" or any other scheme is answered with
-    // 416 even where the scanner of the URI class would refuse the text on its own.
+    // 416 even where the scanner of the URI class would refuse the text on its own. A scheme
+    // that begins with "tel" is left to the URI: the tel reader takes every such text and
+    // names its scheme "tel" (telnet://x becomes a tel URL), judged after the parse.
     const char* scheme = line;
     const char* const uriEnd = line + end;
     while (scheme < uriEnd && (*scheme == ' ' || *scheme == '\t' || *scheme == '<')) ++scheme;
     const char* colon = scheme;
     while (colon < uriEnd && *colon != ':' && *colon != ' ' && *colon != '>' && *colon != '\0') ++colon;
-    if (colon < uriEnd && *colon == ':' && !isSipOrTel(scheme, static_cast<std::size_t>(colon - scheme))) {
+    const std::size_t schemeLength = static_cast<std::size_t>(colon - scheme);
+    const bool telReader = schemeLength >= 3 && strncasecmp(scheme, "tel", 3) == 0;
+    if (colon < uriEnd && *colon == ':' && !telReader && !isSipOrTel(scheme, schemeLength)) {
         m_Status = 416;
         KtSipParseError::sThrow("Upsupported Scheme");
     }

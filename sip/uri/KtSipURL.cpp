@@ -263,8 +263,8 @@ void KtSipURL::parse(KtInputStream& in) {
     m_PortGiven = false;
     // The URL's own lists, reached by other threads only through a shared URL, which is not
     // parsed: they are filled without their mutexes.
-    if (KtParameters* parameters = m_Parameters.peek()) parameters->clearUnshared();
-    if (KtParameters* headers = m_Headers.peek()) headers->clearUnshared();
+    if (KtParameters* parameters = m_Parameters.peek()) parameters->clear(KtParameters::sOwner);
+    if (KtParameters* headers = m_Headers.peek()) headers->clear(KtParameters::sOwner);
     m_OpeningBracket = false;
 
     WorkBuffer buffer;
@@ -491,12 +491,12 @@ __attribute__((always_inline)) inline void KtSipURL::parseParameter(KtInputStrea
         in.setCurrent(q);
         if (eq == nullptr) {
             if (q > begin)
-                m_Parameters.unshared().setValueUnshared(begin, static_cast<unsigned>(q - begin), nullptr, 0, false);
+                m_Parameters.unshared().setValue(begin, static_cast<unsigned>(q - begin), nullptr, 0, false, KtParameters::sOwner);
             return;
         }
         if (eq == begin) KtSipParseError::sThrow(kWrongFormat);
-        m_Parameters.unshared().setValueUnshared(begin, static_cast<unsigned>(eq - begin), eq + 1,
-                                                 static_cast<unsigned>(q - eq - 1), true);
+        m_Parameters.unshared().setValue(begin, static_cast<unsigned>(eq - begin), eq + 1,
+                                                 static_cast<unsigned>(q - eq - 1), true, KtParameters::sOwner);
         return;
     }
     WorkBuffer buffer;
@@ -518,11 +518,11 @@ __attribute__((always_inline)) inline void KtSipURL::parseParameter(KtInputStrea
     }
     const char* text = buffer.c_str();
     if (nameLength < 0) {
-        if (!buffer.empty()) m_Parameters.unshared().setValueUnshared(text, nullptr);
+        if (!buffer.empty()) m_Parameters.unshared().setValue(text, nullptr, KtParameters::sOwner);
         return;
     }
     if (nameLength == 0) KtSipParseError::sThrow(kWrongFormat);
-    m_Parameters.unshared().setValueUnshared(text, text + nameLength + 1);
+    m_Parameters.unshared().setValue(text, text + nameLength + 1, KtParameters::sOwner);
 }
 
 void KtSipURL::parseHeader(KtInputStream& in) {
@@ -560,7 +560,7 @@ bool KtSipURL::parseHeaderPart(KtInputStream& in) {
             KtSipParseError::sThrow(last ? "SIP URL Header key doesn't have a value (1)\n"
                                          : "SIP URL Header key doesn't have a value (2)\n");
         }
-        m_Headers.unshared().setValueUnshared(buffer, buffer + valueStart);
+        m_Headers.unshared().setValue(buffer, buffer + valueStart, KtParameters::sOwner);
         if (last) {
             TORVANE_DEBUG(fileLogger(), "SipURL headers now (3): " << textOf(m_Headers.peek()));
         } else {

@@ -5,6 +5,7 @@
 #include <signal.h>
 
 #include <iostream>
+#include <iterator>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -13,10 +14,26 @@
 #include "Commands.h"
 #include "KtErrorStream.h"
 #include "ServeCommon.h"
+#include "ServeLibraryLog.h"
 #include "ServeServer.h"
 #include "ServeUas.h"
 
 namespace {
+
+/// The limit options: name, the field of serve::Config, the range, what it bounds.
+struct LimitOption {
+    const char* name;
+    unsigned serve::Config::*field;
+    unsigned low, high;
+    const char* what;
+};
+const LimitOption kLimitOptions[] = {
+    {"--max-connections", &serve::Config::maxConnections, 1, 1000000, "open TCP connections at most"},
+    {"--max-connections-per-address", &serve::Config::maxConnectionsPerAddress, 1, 1000000,
+     "open TCP connections from one peer address at most"},
+    {"--idle-timeout", &serve::Config::idleTimeout, 1, 86400, "seconds a connection may stay silent"},
+    {"--message-timeout", &serve::Config::messageTimeout, 1, 3600, "seconds for a message to arrive whole"},
+    {"--nonce-lifetime", &serve::Config::nonceLifetime, 1, 86400, "seconds a Digest nonce stays valid"}};
 
 /// The options of `serve` as text, starting from the defaults (checked before the server starts).
 struct ServeOptions {
@@ -25,6 +42,7 @@ struct ServeOptions {
                 realm = defaults.realm, threads = std::to_string(defaults.threads),
                 ringMs = std::to_string(defaults.ringMs);
     std::vector<std::string> users;
+    std::string limits[std::size(kLimitOptions)];
     bool quiet = false;
     bool json = false;
 };
@@ -37,9 +55,7 @@ int runServe(const ServeOptions& a);
 
 // The library's error lines become log lines of the server (or are only counted with --quiet).
 void librarySink(void* context, const char* line, unsigned length) {
-    if (serve::MuteLibraryLines::active()) return;
-    static_cast<serve::Counters*>(context)->libraryLogLine();
-    serve::log("library: " + std::string(line, length));
+    static_cast<serve::LibraryLog*>(context)->line(line, length);
 }
 
 }  // namespace
@@ -60,6 +76,14 @@ cmd::Command cmd::addServe(CLI::App& ktsip) {
     serve->add_option("--threads", o->threads, "UDP worker threads, 1 to 64 (default 1)")->type_name("N");
     serve->add_option("--ring-ms", o->ringMs, "ring time of an INVITE before its 200 (default " +
                                                   std::to_string(defaults.ringMs) + ")")->type_name("N");
+    for (std::size_t i = 0; i < std::size(kLimitOptions); ++i) {
+        const LimitOption& limit = kLimitOptions[i];
+        o->limits[i] = std::to_string(defaults.*limit.field);
+        const std::string range = std::to_string(limit.low) + " to " + std::to_string(limit.high);
+        serve->add_option(limit.name, o->limits[i], std::string(limit.what) + ", " + range + " (default " +
+                                                        o->limits[i] + ")")
+            ->type_name("N");
+    }
     serve->add_flag("--quiet", o->quiet, "count the library's error lines instead of printing them");
     addJsonFlag(*serve, o->json);
     return {serve, [o] { return runServe(*o); }};
@@ -76,6 +100,9 @@ int runServe(const ServeOptions& a) {
     config.realm = a.realm;
     config.quiet = a.quiet;
     config.json = a.json;
+    for (std::size_t i = 0; i < std::size(kLimitOptions); ++i)
+        config.*kLimitOptions[i].field = number(a.limits[i], kLimitOptions[i].name, kLimitOptions[i].low,
+                                                kLimitOptions[i].high);
     {
         std::string host = config.bind;
         if (host.size() > 2 && host.front() == '[' && host.back() == ']') host = host.substr(1, host.size() - 2);
@@ -110,7 +137,8 @@ int runServe(const ServeOptions& a) {
 
     serve::setLogging(!config.quiet);
     serve::Counters counters;
-    KtErrorStream::sSetSink(&librarySink, &counters);
+    serve::LibraryLog libraryLog(counters, !config.quiet);
+    KtErrorStream::sSetSink(&librarySink, &libraryLog);
     {
         serve::Server server(config, counters);
         try {
@@ -129,7 +157,7 @@ int runServe(const ServeOptions& a) {
                                            : "realm \"" + config.realm + "\" with " + std::to_string(config.users.size()) +
                                                  (config.users.size() == 1 ? " user" : " users"))
                   << ")" << std::endl;
-        serve::Uas uas(config, counters, server);
+        serve::Uas uas(config, counters, server, libraryLog);
         server.start(uas);
         int signalNumber = 0;
         while (sigwait(&stopSignals, &signalNumber) != 0) {
@@ -138,6 +166,7 @@ int runServe(const ServeOptions& a) {
         std::cerr << "ktsip serve: stopping on " << (signalNumber == SIGINT ? "SIGINT" : "SIGTERM") << std::endl;
     }
     KtErrorStream::sSetSink(nullptr, nullptr);
+    libraryLog.flush();
     if (config.json)
         std::cout << counters.toJson().dump() << std::endl;
     else

@@ -27,10 +27,17 @@ struct Config {
     bool tcp = true;                           ///< serve TCP
     std::string realm = "ktsip";               ///< Digest realm of REGISTER challenges
     std::map<std::string, std::string> users;  ///< user name to secret; empty: REGISTER is not challenged
-    unsigned threads = 1;                      ///< UDP worker threads
+    unsigned threads = 1;                      ///< threads serving the sockets
     unsigned ringMs = 100;                     ///< time between an INVITE's 180 and its 200
     bool quiet = false;                        ///< drop the library's error lines instead of printing them
     bool json = false;                         ///< print the counts as JSON on exit
+
+    // Limits of the TCP side and of Digest nonces (see the ktsip serve documentation).
+    unsigned maxConnections = 4096;            ///< open TCP connections at most
+    unsigned maxConnectionsPerAddress = 2048;  ///< open TCP connections from one peer address at most
+    unsigned idleTimeout = 120;                ///< seconds a connection may stay silent between messages
+    unsigned messageTimeout = 5;               ///< seconds for a message to arrive whole once begun
+    unsigned nonceLifetime = 300;              ///< seconds a Digest nonce stays valid
 };
 
 /// Where a message came from, and therefore where its responses go: the UDP peer address,

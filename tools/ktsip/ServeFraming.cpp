@@ -77,7 +77,7 @@ Frame nextFrame(std::string_view input, std::size_t limit) {
         case Length::Bad:
             return {Frame::BadLength, end};
         case Length::Absent:
-            return {Frame::Message, end};
+            return {Frame::NoLength, end};
         case Length::Value:
             break;
     }

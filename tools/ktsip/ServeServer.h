@@ -2,6 +2,8 @@
 #ifndef KTSIP_TOOL_SERVE_SERVER_H
 #define KTSIP_TOOL_SERVE_SERVER_H
 
+#include <asio.hpp>
+#include <atomic>
 #include <cstdint>
 #include <map>
 #include <memory>
@@ -14,23 +16,35 @@
 
 namespace serve {
 
+class Connection;
 class Uas;
 
-/// The transports: one UDP socket read by `threads` workers, and one thread that accepts
-/// TCP connections and reads them all through poll(). Every thread hands each message to
-/// the Uas on its own stack; responses go out through send(), from whichever thread made
-/// them (a worker, the TCP thread, or the Uas timer).
+/// The transports, on an asio io_context run by `threads` threads: one UDP socket whose
+/// datagrams are read one after another and handled in parallel, and a TCP acceptor whose
+/// connections each read, write and keep their deadlines on a strand of their own. Each
+/// message goes to the Uas on the thread that read it; responses go out through send(),
+/// from whichever thread made them (an I/O thread, or the Uas timer).
 ///
-/// Bounds: a TCP connection buffers at most MAX_INPUT unconsumed bytes (a peer that sends
-/// a message larger than that is disconnected) and MAX_OUTPUT unsent bytes (a peer that
-/// does not read is disconnected); at most MAX_CONNECTIONS connections are open (more are
-/// accepted and closed at once); a connection silent for IDLE_TIMEOUT is closed.
+/// Bounds of the TCP side:
+/// - a connection buffers at most INPUT_LIMIT unconsumed bytes (a larger message closes it)
+///   and OUTPUT_LIMIT unsent bytes (a peer that does not read is disconnected);
+/// - a message must arrive whole within `messageTimeout` of its first byte, and the first
+///   one within `messageTimeout` of the connect; between messages a connection may stay
+///   silent for `idleTimeout`; then it is closed;
+/// - at most `maxConnections` connections are open, and at most `maxConnectionsPerAddress`
+///   from one peer address. A connection beyond either limit makes room by closing the
+///   least recently active idle connection (of that address, for the second limit): one
+///   that holds no partial message and no unsent bytes and has been silent for at least
+///   EVICTABLE_AFTER (a connection in the middle of a call is not closed for a newcomer).
+///   Only when none is idle is the new connection closed at once (counted as
+///   "connection-limit");
+/// - when the process runs out of descriptors, accepting pauses for ACCEPT_BACKOFF.
 class Server : public Sender {
 public:
-    static const std::size_t MAX_INPUT = 64 * 1024;
-    static const std::size_t MAX_OUTPUT = 1024 * 1024;
-    static const std::size_t MAX_CONNECTIONS = 512;
-    static constexpr std::chrono::seconds IDLE_TIMEOUT{600};
+    static const std::size_t INPUT_LIMIT = 64 * 1024;
+    static const std::size_t OUTPUT_LIMIT = 1024 * 1024;
+    static constexpr std::chrono::milliseconds ACCEPT_BACKOFF{100};
+    static constexpr std::chrono::seconds EVICTABLE_AFTER{1};
 
     Server(const Config& config, Counters& counters);
     ~Server() override;
@@ -42,42 +56,44 @@ public:
     void open();
     /// The port the sockets are bound to (after open()).
     unsigned port() const { return m_Port; }
-    /// Starts the worker threads, which hand every message to `uas`.
+    /// The connection limit in force: `maxConnections`, lowered when the process's
+    /// descriptor limit cannot hold that many (after open()).
+    unsigned maxConnections() const { return m_MaxConnections; }
+    /// Starts the threads, which hand every message to `uas`.
     void start(Uas& uas);
-    /// Stops the threads, waits for them and closes every socket. Idempotent.
+    /// Stops the threads and waits for them; the sockets stay open (a response sent after
+    /// this is dropped) until the object is destroyed. Idempotent.
     void stop();
 
     void send(const Peer& peer, const std::string& bytes) override;
 
 private:
-    struct Connection;
-
-    void udpLoop(Uas& uas);
-    void tcpLoop(Uas& uas);
-    void acceptAll();
-    // Reads what the connection has; false when it is to be closed.
-    bool readFrom(const std::shared_ptr<Connection>& connection, Uas& uas);
-    // Sends queued bytes; false when the connection is to be closed.
-    bool flush(Connection& connection);
-    void queue(Connection& connection, const std::string& bytes);
-    void close(const std::shared_ptr<Connection>& connection);
-    void notify();
-    void closeSockets();
+    void receiveDatagram();
+    void acceptNext();
+    void accepted(asio::ip::tcp::socket socket);
+    // Picks the least recently active idle connection (of `address` unless empty), removes
+    // it from the table and returns it; null when none is idle. Called with the table locked.
+    std::shared_ptr<Connection> evictLocked(const std::string& address);
+    void forget(const Connection& connection);
 
     const Config& m_Config;
     Counters& m_Counters;
-    int m_Family = 0;
+    Uas* m_Uas = nullptr;
     std::string m_LocalHost;  // "" for a wildcard address
     unsigned m_Port = 0;
-    int m_Udp = -1;
-    int m_Listen = -1;
-    int m_StopPipe[2] = {-1, -1};    // written once to stop every thread
-    int m_NotifyPipe[2] = {-1, -1};  // wakes the TCP thread when bytes were queued
+    unsigned m_MaxConnections = 0;
+
+    asio::io_context m_Io;
+    asio::ip::udp::socket m_Udp;
+    int m_UdpDescriptor = -1;
+    asio::ip::tcp::acceptor m_Acceptor;
+    asio::steady_timer m_AcceptPause;
     std::vector<std::thread> m_Threads;
     bool m_Stopped = false;
 
-    std::mutex m_ConnectionsMutex;  // guards the map; each connection has its own mutex
+    std::mutex m_ConnectionsMutex;  // guards the tables; each connection's own state is on its strand
     std::map<std::uint64_t, std::shared_ptr<Connection>> m_Connections;
+    std::map<std::string, unsigned> m_PerAddress;
     std::uint64_t m_NextConnection = 1;
 };
 

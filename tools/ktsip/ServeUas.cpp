@@ -1,28 +1,36 @@
 // The user agent server behind `ktsip serve`.
 #include "ServeUas.h"
 
+#include <strings.h>
 #include <unistd.h>
 
+#include <cctype>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <set>
 
 #include "KtSipAuthorizationHeader.h"
+#include "KtSipCSeqHeader.h"
+#include "KtSipCallIdHeader.h"
 #include "KtSipContactHeader.h"
 #include "KtSipDigestChallengeInfo.h"
 #include "KtSipDigestCredentialsInfo.h"
 #include "KtSipExpiresHeader.h"
+#include "KtSipFromHeader.h"
 #include "KtSipParseError.h"
 #include "KtSipToHeader.h"
 #include "KtSipURL.h"
 #include "KtSipUnknownRequest.h"
 #include "KtSipWWWAuthenticateHeader.h"
 #include "KtStreamTokenizer.h"
+#include "ServeLibraryLog.h"
 
 namespace serve {
 
 constexpr std::chrono::seconds Uas::INVITE_LINGER;
-constexpr std::chrono::seconds Uas::NONCE_LIFETIME;
+constexpr std::chrono::milliseconds Uas::T1;
+constexpr std::chrono::milliseconds Uas::T2;
 
 namespace {
 
@@ -52,6 +60,82 @@ std::string lineAt(const std::string& text, std::size_t at) {
     return text.substr(at, end - at);
 }
 
+bool isBlank(char c) { return c == ' ' || c == '\t'; }
+
+// The lines of `message` up to the empty line that ends its header section (all of them
+// when it has none), start line included.
+std::size_t headerLines(std::string_view message) {
+    std::size_t lines = 0;
+    for (std::size_t at = 0; at < message.size(); ++lines) {
+        const std::size_t lf = message.find('\n', at);
+        if (lf == std::string_view::npos) return lines + 1;
+        if (lf == at || (lf == at + 1 && message[at] == '\r')) return lines;
+        at = lf + 1;
+    }
+    return lines;
+}
+
+// The next line of the header section at `at` with its folded continuation lines; false at
+// the empty line or the end.
+bool nextHeaderLine(std::string_view message, std::size_t& at, std::string& line) {
+    line.clear();
+    while (at < message.size()) {
+        std::size_t lf = message.find('\n', at);
+        if (lf == std::string_view::npos) lf = message.size();
+        std::string_view text = message.substr(at, lf - at);
+        if (!text.empty() && text.back() == '\r') text.remove_suffix(1);
+        if (!line.empty() && (text.empty() || !isBlank(text[0]))) return true;  // the next line starts
+        at = lf + 1;
+        if (text.empty()) return false;
+        line.append(text.data(), text.size());
+    }
+    return !line.empty();
+}
+
+// True when one Authorization header of `message` names a Digest parameter twice. The
+// library keeps the last of two, so the check reads the received text: pairs separated by
+// commas outside double quotes, names before "=", case ignored.
+bool repeatsDigestParameter(std::string_view message) {
+    std::size_t at = message.find('\n');
+    if (at == std::string_view::npos) return false;
+    ++at;
+    std::string line;
+    while (nextHeaderLine(message, at, line)) {
+        const std::size_t colon = line.find(':');
+        if (colon == std::string::npos) continue;
+        std::size_t nameEnd = colon;
+        while (nameEnd > 0 && isBlank(line[nameEnd - 1])) --nameEnd;
+        if (strcasecmp(line.substr(0, nameEnd).c_str(), "Authorization") != 0) continue;
+        std::size_t p = line.find_first_not_of(" \t", colon + 1);
+        if (p == std::string::npos) continue;
+        p = line.find_first_of(" \t", p);  // past the scheme
+        std::set<std::string> names;
+        while (p != std::string::npos && p < line.size()) {
+            const std::size_t equals = line.find('=', p);
+            if (equals == std::string::npos) break;
+            std::string name;
+            for (std::size_t i = p; i < equals; ++i)
+                if (!isBlank(line[i]) && line[i] != ',')
+                    name += static_cast<char>(std::tolower(static_cast<unsigned char>(line[i])));
+            if (!name.empty() && !names.insert(name).second) return true;
+            bool quoted = false;
+            for (p = equals + 1; p < line.size() && (quoted || line[p] != ','); ++p)
+                if (line[p] == '"') quoted = !quoted;
+        }
+    }
+    return false;
+}
+
+// The Request-URI as the start line of `message` spells it.
+std::string_view requestUri(std::string_view message) {
+    const std::string_view start = message.substr(0, message.find('\n'));
+    const std::size_t first = start.find(' ');
+    if (first == std::string_view::npos) return {};
+    const std::size_t second = start.find(' ', first + 1);
+    if (second == std::string_view::npos) return {};
+    return start.substr(first + 1, second - first - 1);
+}
+
 }  // namespace
 
 // The result of reading one message.
@@ -63,8 +147,12 @@ struct Uas::Parsed {
     int code = 0;                    // Response: its status code
 };
 
-Uas::Uas(const Config& config, Counters& counters, Sender& sender)
-    : m_Config(config), m_Counters(counters), m_Sender(sender), m_Random(std::random_device{}()) {
+Uas::Uas(const Config& config, Counters& counters, Sender& sender, LibraryLog& libraryLog)
+    : m_Config(config),
+      m_Counters(counters),
+      m_Sender(sender),
+      m_LibraryLog(libraryLog),
+      m_Random(std::random_device{}()) {
     char prefix[32];
     std::snprintf(prefix, sizeof(prefix), "ks%x", static_cast<unsigned>(getpid()));
     m_TagPrefix = prefix;
@@ -136,9 +224,35 @@ Uas::Parsed Uas::parse(const char* data, std::size_t length) const {
     return parsed;
 }
 
-void Uas::receive(const char* data, std::size_t length, const Peer& peer) {
+bool Uas::admit(const char* data, std::size_t length, Parsed& parsed) {
+    if (headerLines(std::string_view(data, length)) > MAX_HEADER_LINES) {
+        m_Counters.dropped("too-many-header-lines");
+        return false;
+    }
+    parsed = parse(data, length);
+    return true;
+}
+
+void Uas::refuse(const char* data, std::size_t length, const Peer& peer) {
+    LibraryLog::Message scope;
     try {
-        Parsed parsed = parse(data, length);
+        Parsed parsed;
+        if (!admit(data, length, parsed)) return;
+        if (parsed.kind == Parsed::Request || parsed.kind == Parsed::Invalid)
+            answerInvalid(parsed.request, 400, peer);
+        else
+            m_Counters.dropped("unanswerable");
+    } catch (const KtException& e) {
+        log("no answer to a message from " + peer.describe() + ": " + e.getMessage());
+        m_Counters.dropped("answer-failed");
+    }
+}
+
+void Uas::receive(const char* data, std::size_t length, const Peer& peer) {
+    LibraryLog::Message scope;
+    try {
+        Parsed parsed;
+        if (!admit(data, length, parsed)) return;
         switch (parsed.kind) {
             case Parsed::KeepAlive:
                 m_Counters.keepAlive();
@@ -154,7 +268,7 @@ void Uas::receive(const char* data, std::size_t length, const Peer& peer) {
                 return;
             case Parsed::Request:
                 m_Counters.request(parsed.request->getMethod().c_str());
-                answerRequest(parsed.request, peer);
+                answerRequest(parsed.request, peer, std::string_view(data, length));
                 return;
         }
     } catch (const KtException& e) {
@@ -184,9 +298,9 @@ void Uas::answerInvalid(const KtHandle<KtSipRequest>& request, int status, const
     send(response(code, request, ""), peer);
 }
 
-void Uas::answerRequest(const KtHandle<KtSipRequest>& request, const Peer& peer) {
+void Uas::answerRequest(const KtHandle<KtSipRequest>& request, const Peer& peer, std::string_view raw) {
     const std::string method = request->getMethod().c_str();
-    if (method == "ACK") return;
+    if (method == "ACK") return noteAck(request);
     if (method != "CANCEL" && !request->mGetHeaderByID(HeaderRequire).isNil()) {
         // No extension is supported: every option a request requires is refused (420).
         std::string unsupported = "Unsupported: ";
@@ -202,7 +316,7 @@ void Uas::answerRequest(const KtHandle<KtSipRequest>& request, const Peer& peer)
     }
     if (method == "INVITE") return answerInvite(request, peer);
     if (method == "CANCEL") return answerCancel(request, peer);
-    if (method == "REGISTER") return answerRegister(request, peer);
+    if (method == "REGISTER") return answerRegister(request, peer, raw);
     if (method == "OPTIONS") return answerOptions(request, peer);
     if (method == "SUBSCRIBE") {
         // The server never sends a NOTIFY, so the subscription it accepts ends at once.
@@ -253,7 +367,7 @@ void Uas::answerInvite(const KtHandle<KtSipRequest>& request, const Peer& peer) 
         const Clock::time_point now = Clock::now();
         expireLocked(now);
         while (m_Invites.size() >= MAX_INVITES && !m_Lingering.empty()) {
-            m_Invites.erase(m_Lingering.front().second);
+            eraseInviteLocked(m_Lingering.front().second);
             m_Lingering.pop_front();
         }
         // The pending 200s are bounded too: under a flood of INVITEs the lingering ones are
@@ -261,6 +375,7 @@ void Uas::answerInvite(const KtHandle<KtSipRequest>& request, const Peer& peer) 
         if (m_Invites.size() < MAX_INVITES && m_Rings.size() < MAX_INVITES && m_Invites.count(key) == 0) {
             Invite& invite = m_Invites[key];
             invite.request = request;
+            invite.ackKey = ackKey(*request);
             invite.peer = peer;
             invite.tag = tag;
             invite.ringing = serialized(*ringing);
@@ -295,52 +410,15 @@ void Uas::answerCancel(const KtHandle<KtSipRequest>& request, const Peer& peer) 
     finishInvite(key, invite, *response(487, invite.request, invite.tag), 487);
 }
 
-void Uas::answerRegister(const KtHandle<KtSipRequest>& request, const Peer& peer) {
-    bool stale = false;
+void Uas::answerRegister(const KtHandle<KtSipRequest>& request, const Peer& peer, std::string_view raw) {
     if (!m_Config.users.empty()) {
-        KtHandle<KtSipAuthorizationHeader> authorization =
-            request->mGetHeaderByID(HeaderAuthorization).dynamicCast<KtSipAuthorizationHeader>();
-        KtHandle<KtSipDigestCredentialsInfo> credentials;
-        if (!authorization.isNil())
-            credentials = authorization->getCredentials().dynamicCast<KtSipDigestCredentialsInfo>();
-        bool accepted = false;
-        if (!credentials.isNil()) {
-            const std::string nonce = credentials->getValue("nonce").c_str();
-            const unsigned long count = std::strtoul(credentials->getValue("nc").c_str(), nullptr, 16);
-            const bool counted = !credentials->getValue("qop").empty();
-            bool issued = false;
-            {
-                std::lock_guard<std::mutex> lock(m_Mutex);
-                expireLocked(Clock::now());
-                auto it = m_Nonces.find(nonce);
-                issued = it != m_Nonces.end() && (!counted || count > it->second.lastCount);
-            }
-            if (!issued) {
-                // A nonce this server did not issue, one that has expired, or a nonce count
-                // that does not grow (a replay): challenge again, marked stale.
-                stale = true;
-            } else {
-                auto user = m_Config.users.find(credentials->getUsername().c_str());
-                bool valid = false;
-                if (user != m_Config.users.end()) {
-                    credentials->setMethod(request->getMethod().c_str());
-                    try {
-                        valid = credentials->validate(user->first.c_str(), user->second.c_str(), m_Config.realm.c_str());
-                    } catch (const KtException& e) {
-                        log("credentials of " + user->first + " not checked: " + e.getMessage());
-                    }
-                }
-                if (!valid) {
-                    send(response(403, request, ""), peer);
-                    return;
-                }
-                std::lock_guard<std::mutex> lock(m_Mutex);
-                auto it = m_Nonces.find(nonce);
-                if (it != m_Nonces.end() && counted && count > it->second.lastCount) it->second.lastCount = count;
-                accepted = true;
-            }
+        bool stale = false;
+        const int refusal = checkCredentials(request, raw, stale);
+        if (refusal == 400 || refusal == 403) {
+            send(response(refusal, request, ""), peer);
+            return;
         }
-        if (!accepted) {
+        if (refusal != 0) {
             KtHandle<KtSipDigestChallengeInfo> challenge(new KtSipDigestChallengeInfo(m_Config.realm.c_str()));
             challenge->setValue("nonce", newNonce().c_str());
             challenge->setValue("algorithm", "MD5");
@@ -374,6 +452,49 @@ void Uas::answerRegister(const KtHandle<KtSipRequest>& request, const Peer& peer
     if (expires < 0 || expires > MAX_EXPIRES) expires = MAX_EXPIRES;
     r->addHeader(new KtSipExpiresHeader(expires));
     send(r, peer);
+}
+
+int Uas::checkCredentials(const KtHandle<KtSipRequest>& request, std::string_view raw, bool& stale) {
+    KtHandle<KtSipAuthorizationHeader> authorization =
+        request->mGetHeaderByID(HeaderAuthorization).dynamicCast<KtSipAuthorizationHeader>();
+    KtHandle<KtSipDigestCredentialsInfo> credentials;
+    if (!authorization.isNil()) credentials = authorization->getCredentials().dynamicCast<KtSipDigestCredentialsInfo>();
+    if (credentials.isNil()) return 401;
+    // Only the answer the challenge asked for: MD5 with qop "auth", for this very request.
+    const std::string nc = credentials->getValue("nc").c_str();
+    const std::string algorithm = credentials->getValue("algorithm").c_str();
+    if (repeatsDigestParameter(raw) || !(credentials->getValue("qop") == KtString("auth")) || nc.size() != 8 ||
+        nc.find_first_not_of("0123456789abcdefABCDEF") != std::string::npos ||
+        credentials->getValue("cnonce").empty() ||
+        (credentials->hasValue("algorithm") && strcasecmp(algorithm.c_str(), "MD5") != 0) ||
+        std::string_view(credentials->getValue("uri").c_str()) != requestUri(raw))
+        return 400;
+    auto user = m_Config.users.find(credentials->getUsername().c_str());
+    bool valid = false;
+    if (user != m_Config.users.end() && credentials->getRealm() == KtString(m_Config.realm.c_str())) {
+        credentials->setMethod(request->getMethod().c_str());
+        try {
+            valid = credentials->validate(user->first.c_str(), user->second.c_str(), m_Config.realm.c_str());
+        } catch (const KtException& e) {
+            log("credentials of " + user->first + " not checked: " + e.getMessage());
+        }
+    }
+    const std::string nonce = credentials->getValue("nonce").c_str();
+    const unsigned long count = std::strtoul(nc.c_str(), nullptr, 16);
+    // The count is checked and taken under one lock: of two requests with the same count,
+    // only one passes.
+    std::lock_guard<std::mutex> lock(m_Mutex);
+    expireLocked(Clock::now());
+    auto it = m_Nonces.find(nonce);
+    if (!valid) return it == m_Nonces.end() ? 401 : 403;
+    if (it == m_Nonces.end() || count <= it->second.lastCount) {
+        // Unknown or expired, or a count that does not grow (a replay): the client knows the
+        // password, so the new challenge says the nonce is stale.
+        stale = true;
+        return 401;
+    }
+    it->second.lastCount = count;
+    return 0;
 }
 
 // ---- building and sending ----------------------------------------------------------------
@@ -474,8 +595,9 @@ std::string Uas::newNonce() {
     char text[33];
     std::snprintf(text, sizeof(text), "%016llx%016llx", static_cast<unsigned long long>(m_Random()),
                   static_cast<unsigned long long>(m_Random()));
-    m_Nonces[text].expires = now + NONCE_LIFETIME;
-    m_NonceOrder.emplace_back(now + NONCE_LIFETIME, text);
+    const Clock::time_point expires = now + std::chrono::seconds(m_Config.nonceLifetime);
+    m_Nonces[text].expires = expires;
+    m_NonceOrder.emplace_back(expires, text);
     return text;
 }
 
@@ -495,9 +617,16 @@ void Uas::runTimers() {
                 m_Counters.dropped("answer-failed");
             }
         }
+        while (!m_Resends.empty() && m_Resends.begin()->first <= now) {
+            const std::string key = m_Resends.begin()->second;
+            m_Resends.erase(m_Resends.begin());
+            resend(key, now);
+        }
         expireLocked(now);
+        m_LibraryLog.flushIfDue();
         Clock::time_point next = now + std::chrono::seconds(1);
         if (!m_Rings.empty() && m_Rings.begin()->first < next) next = m_Rings.begin()->first;
+        if (!m_Resends.empty() && m_Resends.begin()->first < next) next = m_Resends.begin()->first;
         m_Wake.wait_until(lock, next);
     }
 }
@@ -520,20 +649,68 @@ void Uas::finishInvite(const std::string& key, Invite& invite, const KtSipRespon
     invite.finalCode = code;
     invite.answered = true;
     invite.request.clear();
-    invite.due = Clock::now() + INVITE_LINGER;
+    const Clock::time_point now = Clock::now();
+    invite.due = now + INVITE_LINGER;
     m_Lingering.emplace_back(invite.due, key);
     sendBytes(invite.final, code, invite.peer);
+    if (code / 100 == 2) {
+        // Sent again until the ACK arrives (RFC 3261 13.3.1.4).
+        invite.answeredAt = now;
+        invite.interval = T1;
+        m_Resends.emplace(now + T1, key);
+        auto waiting = m_AwaitingAck.emplace(invite.ackKey, key);
+        if (!waiting.second) waiting.first->second = key;  // the newest INVITE of the dialog
+    }
+}
+
+void Uas::resend(const std::string& key, Clock::time_point now) {
+    auto it = m_Invites.find(key);
+    if (it == m_Invites.end() || it->second.acked || it->second.finalCode / 100 != 2) return;
+    Invite& invite = it->second;
+    if (now - invite.answeredAt >= 64 * T1) return;  // no ACK came: give up
+    sendBytes(invite.final, invite.finalCode, invite.peer);
+    invite.interval = std::min(2 * invite.interval, std::chrono::duration_cast<std::chrono::milliseconds>(T2));
+    m_Resends.emplace(now + invite.interval, key);
+}
+
+std::string Uas::ackKey(const KtSipRequest& request) {
+    std::string key;
+    if (const auto* callId = dynamic_cast<const KtSipCallIdHeader*>(request.mGetHeaderByID(HeaderCallId).get()))
+        key = callId->getValue().c_str();
+    if (const auto* cseq = dynamic_cast<const KtSipCSeqHeader*>(request.mGetHeaderByID(HeaderCSeq).get()))
+        key += "\n" + std::to_string(cseq->getNumber());
+    if (const auto* from = dynamic_cast<const KtSipFromHeader*>(request.mGetHeaderByID(HeaderFrom).get()))
+        key += "\n" + std::string(from->getTag().c_str());
+    return key;
+}
+
+void Uas::noteAck(const KtHandle<KtSipRequest>& request) {
+    std::lock_guard<std::mutex> lock(m_Mutex);
+    if (m_AwaitingAck.empty()) return;
+    auto waiting = m_AwaitingAck.find(ackKey(*request));
+    if (waiting == m_AwaitingAck.end()) return;
+    auto it = m_Invites.find(waiting->second);
+    if (it != m_Invites.end()) it->second.acked = true;
+    m_AwaitingAck.erase(waiting);
 }
 
 void Uas::expireLocked(Clock::time_point now) {
     while (!m_Lingering.empty() && m_Lingering.front().first <= now) {
-        m_Invites.erase(m_Lingering.front().second);
+        eraseInviteLocked(m_Lingering.front().second);
         m_Lingering.pop_front();
     }
     while (!m_NonceOrder.empty() && m_NonceOrder.front().first <= now) {
         m_Nonces.erase(m_NonceOrder.front().second);
         m_NonceOrder.pop_front();
     }
+}
+
+void Uas::eraseInviteLocked(const std::string& key) {
+    auto it = m_Invites.find(key);
+    if (it == m_Invites.end()) return;
+    auto waiting = m_AwaitingAck.find(it->second.ackKey);
+    if (waiting != m_AwaitingAck.end() && waiting->second == key) m_AwaitingAck.erase(waiting);
+    m_Invites.erase(it);
 }
 
 }  // namespace serve

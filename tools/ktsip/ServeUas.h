@@ -9,6 +9,7 @@
 #include <mutex>
 #include <random>
 #include <string>
+#include <string_view>
 #include <thread>
 #include <unordered_map>
 
@@ -20,12 +21,30 @@
 
 namespace serve {
 
+class LibraryLog;
+
 /// Answers SIP requests without dialog state. The only state it keeps is bounded and
 /// expires by itself:
 /// - the INVITEs it is ringing or has answered recently, by transaction key (so that a
 ///   CANCEL finds its INVITE, and a retransmitted INVITE gets the same answer again);
-/// - the Digest nonces it has issued.
+/// - the Digest nonces it has issued;
+/// - the 2xx responses to INVITEs that no ACK has confirmed yet, sent again at T1, 2*T1,
+///   ... up to T2 apart until the ACK arrives or 64*T1 has passed (over TCP too: the
+///   resends are the user agent's, not the transport's).
 ///
+/// Digest policy (REGISTER with users): a challenge offers MD5 with qop "auth". Credentials
+/// are refused with 400 when a parameter appears twice, when they do not answer with qop
+/// "auth" (with an nc of eight hexadecimal digits and a cnonce), when they name another
+/// algorithm, or when their uri differs from the Request-URI; with 403 when the digest does
+/// not validate for a nonce this server issued and still honours. A digest that validates
+/// is accepted once per nonce count, which must grow with each request; a nonce unknown,
+/// expired or with a count not above the last one accepted gets a new challenge marked
+/// stale=true (the client knows the password). A nonce the server does not know and a
+/// digest that does not validate get a new challenge without stale.
+///
+/// Messages whose header section has more than MAX_HEADER_LINES lines are dropped unread
+/// (counted as "too-many-header-lines"): reading a line the library refuses costs
+/// microseconds, so a datagram of thousands of such lines would cost tens of milliseconds.
 /// receive() may be called from several threads at once. A timer thread, started by the
 /// constructor and stopped by the destructor, sends the delayed 200 of each INVITE and
 /// expires the tables.
@@ -37,12 +56,15 @@ public:
     static const std::size_t MAX_NONCES = 8192;
     /// How long an answered INVITE is remembered (64 times T1).
     static constexpr std::chrono::seconds INVITE_LINGER{32};
-    /// How long an issued nonce stays valid.
-    static constexpr std::chrono::seconds NONCE_LIFETIME{300};
+    /// Most lines in a header section handed to the library.
+    static const std::size_t MAX_HEADER_LINES = 512;
+    /// T1 and T2 of RFC 3261: the first and the longest interval between 2xx resends.
+    static constexpr std::chrono::milliseconds T1{500};
+    static constexpr std::chrono::milliseconds T2{4000};
     /// Registration time granted when the request asks for none, and the most granted.
     static const int MAX_EXPIRES = 3600;
 
-    Uas(const Config& config, Counters& counters, Sender& sender);
+    Uas(const Config& config, Counters& counters, Sender& sender, LibraryLog& libraryLog);
     ~Uas();
     Uas(const Uas&) = delete;
     Uas& operator=(const Uas&) = delete;
@@ -50,6 +72,9 @@ public:
     /// Handles one received message (a UDP datagram, or one framed TCP message): parses it
     /// with the library and sends the answers through the sender.
     void receive(const char* data, std::size_t length, const Peer& peer);
+    /// Handles a request the transport cannot accept (no Content-Length on a stream): a
+    /// request that can be answered gets 400; nothing else is sent.
+    void refuse(const char* data, std::size_t length, const Peer& peer);
 
 private:
     // One INVITE server transaction.
@@ -62,6 +87,10 @@ private:
         int finalCode = 0;
         Clock::time_point due;  // ringing: when the 200 goes out; answered: when forgotten
         bool answered = false;
+        std::string ackKey;             // the dialog an ACK names: Call-ID, CSeq number, From tag
+        bool acked = false;             // a 2xx was confirmed by its ACK
+        Clock::time_point answeredAt;   // when the 2xx was first sent
+        std::chrono::milliseconds interval{0};  // the current interval between 2xx resends
     };
     struct Nonce {
         Clock::time_point expires;
@@ -71,11 +100,18 @@ private:
     struct Parsed;
 
     Parsed parse(const char* data, std::size_t length) const;
+    // Reads the message, or drops it (false) when its header section is too long to read.
+    bool admit(const char* data, std::size_t length, Parsed& parsed);
     void answerInvalid(const KtHandle<KtSipRequest>& request, int status, const Peer& peer);
-    void answerRequest(const KtHandle<KtSipRequest>& request, const Peer& peer);
+    void answerRequest(const KtHandle<KtSipRequest>& request, const Peer& peer, std::string_view raw);
     void answerInvite(const KtHandle<KtSipRequest>& request, const Peer& peer);
     void answerCancel(const KtHandle<KtSipRequest>& request, const Peer& peer);
-    void answerRegister(const KtHandle<KtSipRequest>& request, const Peer& peer);
+    void answerRegister(const KtHandle<KtSipRequest>& request, const Peer& peer, std::string_view raw);
+    // The Digest checks of a REGISTER: 0 when the credentials are accepted, else the code
+    // of the answer (401 with `stale` set as the challenge is to say, 400 or 403).
+    int checkCredentials(const KtHandle<KtSipRequest>& request, std::string_view raw, bool& stale);
+    void noteAck(const KtHandle<KtSipRequest>& request);
+    static std::string ackKey(const KtSipRequest& request);
     void answerOptions(const KtHandle<KtSipRequest>& request, const Peer& peer);
 
     /// A response to `request`, ready to add to. Unless `tagged` is false (the 100), a To
@@ -102,11 +138,15 @@ private:
     // Timer thread: sends due 200s, forgets old transactions and nonces.
     void runTimers();
     void ringOut(const std::string& key);
+    void resend(const std::string& key, Clock::time_point now);
     void expireLocked(Clock::time_point now);
+    // Forgets the INVITE under `key` and its wait for an ACK. Called with m_Mutex held.
+    void eraseInviteLocked(const std::string& key);
 
     const Config& m_Config;
     Counters& m_Counters;
     Sender& m_Sender;
+    LibraryLog& m_LibraryLog;
     std::string m_TagPrefix;
 
     std::mutex m_TagMutex;  // KtSipTag's generator is shared without a lock of its own
@@ -118,6 +158,8 @@ private:
     std::unordered_map<std::string, Invite> m_Invites;
     std::multimap<Clock::time_point, std::string> m_Rings;          // pending 200s by due time
     std::deque<std::pair<Clock::time_point, std::string>> m_Lingering;  // answered INVITEs by expiry
+    std::multimap<Clock::time_point, std::string> m_Resends;        // 2xx resends by due time
+    std::unordered_map<std::string, std::string> m_AwaitingAck;     // ACK key to INVITE key
     std::unordered_map<std::string, Nonce> m_Nonces;
     std::deque<std::pair<Clock::time_point, std::string>> m_NonceOrder;
     std::mt19937_64 m_Random;
