@@ -221,73 +221,68 @@ __attribute__((always_inline)) inline KtParameters::PairEnd KtParameters::scanPa
     const char separator = m_Separator;
     const bool semicolons = separator == ';';
     const char* const end = text + length;
-    unsigned pos = scan.pos;  // kept in a register while the loop runs
-    while (pos < length) {
-        const char* p = text + pos;
+    // The reading state stays in registers while the loop runs and is kept in `scan` on
+    // the way out.
+    const char* p = text + scan.pos;
+    const char* equals = scan.equals < 0 ? nullptr : text + scan.equals;
+    bool quoted = scan.quoted;
+    const auto leave = [&](const char* at, PairEnd how) {
+        scan.pos = static_cast<unsigned>(at - text);
+        scan.equals = equals ? static_cast<int>(equals - text) : -1;
+        scan.quoted = quoted;
+        return how;
+    };
+    while (p < end) {
         const char* q = p;
         if (semicolons) {
             q = semicolonList.findIn(p, end);
         } else {
             while (q < end && !special.contains(static_cast<unsigned char>(*q)) && *q != separator) ++q;
         }
-        const unsigned plain = static_cast<unsigned>(q - p);
         if (Count) {
-            unsigned& count = scan.equals < 0 ? scan.nameLength : scan.valueLength;
-            if (count + plain > kPairMax) {
-                scan.pos = pos + kPairMax - count + 1;
-                return PairEnd::TooLong;
-            }
-            if (Store) std::memcpy((scan.equals < 0 ? name : value) + count, p, plain);
+            const unsigned plain = static_cast<unsigned>(q - p);
+            unsigned& count = equals ? scan.valueLength : scan.nameLength;
+            if (count + plain > kPairMax) return leave(p + (kPairMax - count + 1), PairEnd::TooLong);
+            if (Store) std::memcpy((equals ? value : name) + count, p, plain);
             count += plain;
         }
-        pos += plain;
-        if (q == end) break;
-        const int c = static_cast<unsigned char>(*q);
-        if (c == '\r' || c == '\n' || (!scan.quoted && (c == separator || (commaEnds && c == ',')))) {
+        p = q;
+        if (p == end) break;
+        const int c = static_cast<unsigned char>(*p);
+        if (c == '\r' || c == '\n' || (!quoted && (c == separator || (commaEnds && c == ',')))) {
             stop = c;
-            scan.pos = pos;
-            return PairEnd::Stopped;
+            return leave(p, PairEnd::Stopped);
         }
-        if (c == '"') scan.quoted = !scan.quoted;
-        if (scan.equals < 0 && !scan.quoted && c == '=') {
-            scan.equals = static_cast<int>(pos++);
+        if (c == '"') quoted = !quoted;
+        if (!equals && !quoted && c == '=') {
+            equals = p++;
             continue;
         }
-        if (c == '\\' && scan.quoted) {
-            if (pos + 1 == length && !atEnd) {
-                scan.pos = pos;
-                return PairEnd::NeedMore;
-            }
-            const int next = pos + 1 < length ? static_cast<unsigned char>(q[1]) : -1;
+        if (c == '\\' && quoted) {
+            if (p + 1 == end && !atEnd) return leave(p, PairEnd::NeedMore);
+            const int next = p + 1 < end ? static_cast<unsigned char>(p[1]) : -1;
             if (next >= 0 && next != '\r' && next != '\n') {
                 if (Count) {
-                    if (scan.valueLength + 2 > kPairMax) {
-                        scan.pos = pos + 1;
-                        return PairEnd::TooLong;
-                    }
-                    if (Store) std::memcpy(value + scan.valueLength, q, 2);
+                    if (scan.valueLength + 2 > kPairMax) return leave(p + 1, PairEnd::TooLong);
+                    if (Store) std::memcpy(value + scan.valueLength, p, 2);
                     scan.valueLength += 2;
                 }
-                if (scan.equals < 0) scan.nameEscapes = true;
-                pos += 2;
+                if (!equals) scan.nameEscapes = true;
+                p += 2;
                 continue;
             }
         }
         if (Count) {
-            unsigned& into = scan.equals < 0 ? scan.nameLength : scan.valueLength;
-            if (into + 1 > kPairMax) {
-                scan.pos = pos + 1;
-                return PairEnd::TooLong;
-            }
-            if (Store) (scan.equals < 0 ? name : value)[into] = static_cast<char>(c);
+            unsigned& into = equals ? scan.valueLength : scan.nameLength;
+            if (into + 1 > kPairMax) return leave(p + 1, PairEnd::TooLong);
+            if (Store) (equals ? value : name)[into] = static_cast<char>(c);
             ++into;
         }
-        ++pos;
+        ++p;
     }
-    scan.pos = pos;
-    if (!atEnd) return PairEnd::NeedMore;
+    if (!atEnd) return leave(p, PairEnd::NeedMore);
     stop = -1;
-    return PairEnd::Stopped;
+    return leave(p, PairEnd::Stopped);
 }
 
 // Stores the pair read by `scan` from `text`: name and value trimmed, no pair for an empty

@@ -4,12 +4,13 @@
 # timeout or out-of-memory fails the stage; the input is printed as hex together with
 # the end of the fuzzer's report.
 #
-# Seeds: fuzz/seeds/<target>/ (taken from the unit tests), plus the torture corpus cut
+# Seeds: fuzz/seeds/<target>/ (taken from the unit tests; the capture seeds are written by
+# fuzz/make_capture_seeds.py), plus the torture corpus cut
 # into pieces per target by fuzz/make_seeds.py at run time.
 #
 # Environment:
 #   FUZZ_SECONDS       run time of each target (default 60)
-#   FUZZ_TARGETS       targets to run (default: all six)
+#   FUZZ_TARGETS       targets to run (default: all seven)
 #   BUILD_DIR          build directory (default: build-ci-fuzz in the source tree)
 #   KTSIP_CORPUS_DIR   corpus folder with index.json (default: tests/corpus)
 #   JOBS               parallel build jobs (default 2)
@@ -20,7 +21,7 @@ ROOT=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 BUILD_DIR=${BUILD_DIR:-$ROOT/build-ci-fuzz}
 CORPUS=${KTSIP_CORPUS_DIR:-$ROOT/tests/corpus}
 SECONDS_EACH=${FUZZ_SECONDS:-60}
-TARGETS=(${FUZZ_TARGETS:-message header uri name_address challenge credentials})
+TARGETS=(${FUZZ_TARGETS:-message header uri name_address challenge credentials capture})
 JOBS=${JOBS:-2}
 
 if [[ ${KTSIP_SKIP_DEPS:-0} != 1 ]]; then

@@ -15,6 +15,8 @@ PACKAGES=(
   libgtest-dev libgmock-dev libbenchmark-dev nlohmann-json3-dev libcli11-dev python3
   # the event loop of `ktsip serve` (standalone asio, header-only)
   libasio-dev
+  # packet captures: `ktsip scan` reads them with libpcap; its end-to-end test records one
+  libpcap-dev tcpdump
   # fuzzing (clang with libFuzzer) and interoperability tests
   clang libclang-rt-14-dev sip-tester
   # API documentation

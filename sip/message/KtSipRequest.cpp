@@ -1,8 +1,6 @@
 // SIP requests: method, request URI and the request line.
 #include "KtSipRequest.h"
 
-#include <strings.h>
-
 #include <cstring>
 
 #include "KtByteArray.h"
@@ -21,8 +19,14 @@ TORVANE_FILE_LOGGER("calvoran.kt.KtSipRequest")
 
 namespace {
 
+// True when the three bytes at `text` spell `word` (three lowercase letters) in any case:
+// a letter and only its capital differ from it in the 0x20 bit alone.
+bool isWordNoCase(const char* text, const char (&word)[4]) {
+    return (text[0] | 0x20) == word[0] && (text[1] | 0x20) == word[1] && (text[2] | 0x20) == word[2];
+}
+
 bool isSipOrTel(const char* scheme, std::size_t length) {
-    return length == 3 && (strncasecmp(scheme, "sip", 3) == 0 || strncasecmp(scheme, "tel", 3) == 0);
+    return length == 3 && (isWordNoCase(scheme, "sip") || isWordNoCase(scheme, "tel"));
 }
 
 [[noreturn]] void throwInvalidStartLine() { KtSipParseError::sThrow("Invalid Start-Line for SIP request"); }
@@ -250,7 +254,7 @@ void KtSipRequest::parseStartLine(KtInputStream& in) {
     const char* colon = scheme;
     while (colon < uriEnd && *colon != ':' && *colon != ' ' && *colon != '>' && *colon != '\0') ++colon;
     const std::size_t schemeLength = static_cast<std::size_t>(colon - scheme);
-    const bool telReader = schemeLength >= 3 && strncasecmp(scheme, "tel", 3) == 0;
+    const bool telReader = schemeLength >= 3 && isWordNoCase(scheme, "tel");
     if (colon < uriEnd && *colon == ':' && !telReader && !isSipOrTel(scheme, schemeLength)) {
         m_Status = 416;
         KtSipParseError::sThrow("Upsupported Scheme");

@@ -10,11 +10,14 @@
 #include <cstring>
 #include <iostream>
 #include <memory>
+#include <sstream>
+#include <unordered_map>
 
 #include <log4cplus/consoleappender.h>
 #include <log4cplus/layout.h>
 #include <log4cplus/logger.h>
 
+#include "JsonWriter.h"
 #include "KtErrorStream.h"
 #include "KtOutputStream.h"
 #include "TorvaneLogger.h"
@@ -93,21 +96,35 @@ std::string latin1(const char* bytes, std::size_t length) {
     return out;
 }
 
-std::string className(const std::type_info& type) {
+const std::string& className(const std::type_info& type) {
+    // Keyed by the type's descriptor: a class seen through two descriptors takes two entries.
+    thread_local std::unordered_map<const std::type_info*, std::string> names;
+    auto known = names.find(&type);
+    if (known != names.end()) return known->second;
     int status = 0;
     std::unique_ptr<char, void (*)(void*)> name(abi::__cxa_demangle(type.name(), nullptr, nullptr, &status), std::free);
-    return status == 0 && name ? std::string(name.get()) : std::string(type.name());
+    if (names.size() >= 1024) names.clear();  // the library has fewer classes; bounded all the same
+    return names[&type] = status == 0 && name ? std::string(name.get()) : std::string(type.name());
+}
+
+void writeHeader(JsonWriter& out, const KtSipHeader& header) {
+    const KtString value = header.getValueString();
+    const KtString& token = header.getToken();
+    out.beginObject()
+        .key("name").value(token.c_str(), token.length())
+        .key("id").value(static_cast<int>(header.getHeaderID()))
+        .key("class").value(className(typeid(header)))
+        .key("value").value(value.c_str(), value.length())
+        .endObject();
 }
 
 json headerJson(const KtSipHeader& header) {
-    KtString value = header.getValueString();
-    const KtString& token = header.getToken();
-    json h;
-    h["name"] = latin1(token.c_str(), token.length());
-    h["id"] = static_cast<int>(header.getHeaderID());
-    h["class"] = className(typeid(header));
-    h["value"] = latin1(value.c_str(), value.length());
-    return h;
+    std::string text;
+    {
+        JsonWriter out(text);
+        writeHeader(out, header);
+    }
+    return json::parse(text);
 }
 
 json chainJson(const KtSipHeader* header) {
@@ -125,6 +142,12 @@ json ErrorCapture::toJson() const {
     json list = json::array();
     for (const auto& l : m_Lines) list.push_back(latin1(l));
     return list;
+}
+
+void addFailure(json& out, const KtException& e) {
+    out["ok"] = false;
+    out["exception"] = className(typeid(e));
+    out["message"] = latin1(e.getMessage());
 }
 
 void configureLogging(const std::string& level) {
@@ -160,9 +183,7 @@ int run(bool asJson, const std::function<int(json& out, ErrorCapture& log)>& bod
             throw;
         } catch (const KtException& e) {
             out = json();
-            out["ok"] = false;
-            out["exception"] = className(typeid(e));
-            out["message"] = latin1(e.getMessage());
+            addFailure(out, e);
             status = 1;
         }
         out["log"] = capture.toJson();

@@ -14,6 +14,7 @@
 #include "KtException.h"
 #include "KtSipHeader.h"
 
+class JsonWriter;
 class KtSipMessage;
 
 namespace cli {
@@ -52,10 +53,13 @@ struct InputOptions {
 std::string latin1(const char* bytes, std::size_t length);
 inline std::string latin1(const std::string& s) { return latin1(s.data(), s.size()); }
 
-/// The dynamic class name of a library object ("KtSipViaHeader").
-std::string className(const std::type_info& type);
+/// The dynamic class name of a library object ("KtSipViaHeader"); demangled once per class
+/// and thread.
+const std::string& className(const std::type_info& type);
 
-/// {"name", "id", "class", "value"} of one header.
+/// Writes {"name", "id", "class", "value"} of one header.
+void writeHeader(JsonWriter& out, const KtSipHeader& header);
+/// The same object as JSON.
 json headerJson(const KtSipHeader& header);
 /// One object per element of the chain that starts at `header`.
 json chainJson(const KtSipHeader* header);
@@ -72,6 +76,10 @@ private:
     static void sink(void* context, const char* line, unsigned length);
     std::vector<std::string> m_Lines;
 };
+
+/// Adds the failure fields of a library exception to `out`: "ok" false, "exception" (its
+/// dynamic class) and "message" (its text).
+void addFailure(json& out, const KtException& e);
 
 /// Configures log4cplus for --log-level (trace, debug, info, warn, error, off).
 void configureLogging(const std::string& level);

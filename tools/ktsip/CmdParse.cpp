@@ -3,59 +3,64 @@
 #include <memory>
 
 #include "Commands.h"
+#include "JsonWriter.h"
 #include "KtSipMessage.h"
 #include "KtSipRequest.h"
 #include "KtSipResponse.h"
 #include "KtURI.h"
 
-cli::json cmd::messageJson(const KtSipMessage& m) {
-    cli::json out;
-    out["ok"] = true;
-    out["class"] = cli::className(typeid(m));
-    out["request"] = m.isRequest();
+void cmd::writeMessage(JsonWriter& out, const KtSipMessage& m) {
+    out.key("ok").value(true);
+    out.key("class").value(cli::className(typeid(m)));
+    out.key("request").value(m.isRequest());
     const auto* request = dynamic_cast<const KtSipRequest*>(&m);
     const auto* response = dynamic_cast<const KtSipResponse*>(&m);
     if (request) {
         const KtString& method = request->getMethod();
-        out["method"] = cli::latin1(method.c_str(), method.length());
-        KtString uri = request->getURI().isNil() ? KtString("") : request->getURI()->getString();
-        out["uri"] = cli::latin1(uri.c_str(), uri.length());
+        out.key("method").value(method.c_str(), method.length());
+        const KtString uri = request->getURI().isNil() ? KtString("") : request->getURI()->getString();
+        out.key("uri").value(uri.c_str(), uri.length());
     } else {
-        out["method"] = nullptr;
-        out["uri"] = nullptr;
+        out.key("method").null().key("uri").null();
     }
     if (response) {
-        out["code"] = response->getStatusCode();
         const KtString& reason = response->getReasonPhrase();
-        out["reason"] = cli::latin1(reason.c_str(), reason.length());
+        out.key("code").value(response->getStatusCode()).key("reason").value(reason.c_str(), reason.length());
     } else {
-        out["code"] = nullptr;
-        out["reason"] = nullptr;
+        out.key("code").null().key("reason").null();
     }
-    out["version"] = {m.getMajorVersion(), m.getMinorVersion()};
-    out["status"] = m.getStatus();
-    out["valid"] = m.isValid();
+    out.key("version").beginArray().value(m.getMajorVersion()).value(m.getMinorVersion()).endArray();
+    out.key("status").value(m.getStatus());
+    out.key("valid").value(m.isValid());
     try {
-        KtString key = m.createKey();
-        out["key"] = cli::latin1(key.c_str(), key.length());
-        out["key_error"] = nullptr;
+        const KtString key = m.createKey();
+        out.key("key").value(key.c_str(), key.length()).key("key_error").null();
     } catch (const KtException& e) {
-        out["key"] = nullptr;
-        out["key_error"] = cli::latin1(e.getMessage());
+        out.key("key").null().key("key_error").value(e.getMessage());
     }
     // The headers serialize() writes: the kinds in header order, each chain in chain order.
-    cli::json headers = cli::json::array();
+    out.key("headers").beginArray();
     for (HeaderID id : m.getHeaderOrder()) {
-        KtHandle<KtSipHeader> h = m.mGetHeaderByID(id);
-        for (const auto& one : cli::chainJson(h.get())) headers.push_back(one);
+        const KtHandle<KtSipHeader> first = m.mGetHeaderByID(id);
+        for (const KtSipHeader* h = first.get(); h != nullptr; h = h->getNext().get()) cli::writeHeader(out, *h);
     }
-    out["headers"] = headers;
-    out["body_length"] = m.getBodyLength();
-    out["body"] = m.getBody() ? cli::latin1(m.getBody(), m.getBodySize()) : std::string();
+    out.endArray();
+    out.key("body_length").value(m.getBodyLength());
+    out.key("body").value(m.getBody() ? static_cast<const char*>(m.getBody()) : "", m.getBody() ? m.getBodySize() : 0);
     KtByteArrayOutputStream text;
     m.serialize(text);
-    out["text"] = cli::latin1(text.data(), text.size());
-    return out;
+    out.key("text").value(text.data(), text.size());
+}
+
+cli::json cmd::messageJson(const KtSipMessage& m) {
+    std::string text;
+    {
+        JsonWriter out(text);
+        out.beginObject();
+        writeMessage(out, m);
+        out.endObject();
+    }
+    return cli::json::parse(text);
 }
 
 void cmd::printMessage(const cli::json& out) {

@@ -7,6 +7,7 @@
 
 #include "CliSupport.h"
 
+class JsonWriter;
 class KtSipMessage;
 
 namespace cmd {
@@ -25,13 +26,17 @@ Command addReason(CLI::App& ktsip);
 Command addDerive(CLI::App& ktsip);
 Command addDigest(CLI::App& ktsip);
 Command addServe(CLI::App& ktsip);
+Command addScan(CLI::App& ktsip);
 
 /// The --json flag every subcommand has.
 inline void addJsonFlag(CLI::App& command, bool& json) {
     command.add_flag("--json", json, "print one JSON object instead of readable lines");
 }
 
-/// The JSON description of a message (the object of `parse --json`, without "log").
+/// Writes the members of the JSON description of a message (the object of `parse --json`,
+/// without "log") into the object `out` has open.
+void writeMessage(JsonWriter& out, const KtSipMessage& message);
+/// That description as a JSON object.
 cli::json messageJson(const KtSipMessage& message);
 /// Readable form of that object.
 void printMessage(const cli::json& object);

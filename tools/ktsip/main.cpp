@@ -34,7 +34,7 @@ int main(int argc, char** argv) {
         ->type_name("LEVEL");
     const std::vector<cmd::Command> commands = {cmd::addParse(app),  cmd::addHeader(app), cmd::addUri(app),
                                                 cmd::addAddress(app), cmd::addReason(app), cmd::addDerive(app),
-                                                cmd::addDigest(app),  cmd::addServe(app)};
+                                                cmd::addDigest(app),  cmd::addServe(app),  cmd::addScan(app)};
     app.footer("Exit status: 0 success, 1 the library threw, 2 a usage error.\n"
                "ktsip COMMAND --help shows the options of each command.");
     try {
