@@ -6,16 +6,7 @@
 
 /// Accept (id 8): `type/subtype` with parameters; a list of ranges becomes a chain.
 class KtSipAcceptHeader : public KtSipHeaderImpl<KtSipAcceptHeader, HeaderAccept, KtSipMediaTypeHeader> {
-public:
-    static const KtString sToken;  ///< "Accept"
-
-    /// Empty type, subtype and parameter list.
-    KtSipAcceptHeader();
-    /// Parses the header value `text` (one media range), for example "application/sdp".
-    explicit KtSipAcceptHeader(const char* text);
-    /// Copy (parameters cloned; next is nil).
-    KtSipAcceptHeader(const KtSipAcceptHeader& other);
-    ~KtSipAcceptHeader() override {}
+    KT_SIP_HEADER_TEXT_MEMBERS(KtSipAcceptHeader)
 
     /// The type ("application" of application/sdp).
     KtString getType() const { return m_type.str(); }

@@ -5,18 +5,8 @@
 #include "KtSipUriParamsHeader.h"
 
 /// Alert-Info (id 10): a URI (written between double quotes) with ";" parameters.
-class KtSipAlertInfoHeader
-    : public KtSipHeaderImpl<KtSipAlertInfoHeader, HeaderAlertInfo, KtSipUriParamsHeader> {
-public:
-    static const KtString sToken;  ///< "Alert-Info"
-
-    /// No URI, an empty parameter list.
-    KtSipAlertInfoHeader();
-    /// Parses the header value `text`.
-    explicit KtSipAlertInfoHeader(const char* text);
-    /// Deep copy (next is nil).
-    KtSipAlertInfoHeader(const KtSipAlertInfoHeader& other);
-    ~KtSipAlertInfoHeader() override;
+class KtSipAlertInfoHeader : public KtSipHeaderImpl<KtSipAlertInfoHeader, HeaderAlertInfo, KtSipUriParamsHeader> {
+    KT_SIP_HEADER_TEXT_MEMBERS(KtSipAlertInfoHeader)
 };
 
 #endif

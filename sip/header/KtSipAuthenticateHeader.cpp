@@ -2,14 +2,11 @@
 #include "KtSipAuthenticateHeader.h"
 
 #include "KtSipDigestPairReader.h"
-#include "TorvaneLogger.h"
 
 TORVANE_FILE_LOGGER("calvoran.kt.KtSipAuthenticateHeader")
 
 KtSipAuthenticateHeader::KtSipAuthenticateHeader(const KtSipAuthenticateHeader& other)
     : KtSipHeader(other), m_Challenge(other.m_Challenge.isNil() ? nullptr : other.m_Challenge->clone()) {}
-
-KtSipAuthenticateHeader::~KtSipAuthenticateHeader() = default;
 
 void KtSipAuthenticateHeader::doParse(KtInputStream& in) {
     TORVANE_TRACE_SCOPE(fileLogger(), "KtSipAuthenticateHeader::doParse");

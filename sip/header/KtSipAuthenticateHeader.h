@@ -9,8 +9,6 @@
 /// to the end of the line, so commas inside it never split the header.
 class KtSipAuthenticateHeader : public KtSipHeader {
 public:
-    ~KtSipAuthenticateHeader() override;
-
     /// Reads "scheme SP pair-list" from the rest of the line. Throws KtException
     /// "Challenge type not supported !" for a scheme other than Digest and
     /// "Buffer overflew !!!" for an over-long pair list.

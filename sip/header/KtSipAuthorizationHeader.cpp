@@ -2,29 +2,15 @@
 #include "KtSipAuthorizationHeader.h"
 
 #include "KtSipDigestPairReader.h"
-#include "TorvaneLogger.h"
 
 TORVANE_FILE_LOGGER("calvoran.kt.KtSipAuthorizationHeader")
 
 KT_SIP_HEADER_REGISTER(KtSipAuthorizationHeader, "Authorization")
 
-KtSipAuthorizationHeader::KtSipAuthorizationHeader() : KtSipHeader(sToken, HeaderAuthorization) {
-    TORVANE_TRACE_SCOPE(fileLogger(), "KtSipAuthorizationHeader ctor");
-}
-
-KtSipAuthorizationHeader::KtSipAuthorizationHeader(const KtHandle<KtSipCredentialsInfo>& credentials)
-    : KtSipHeader(sToken, HeaderAuthorization), m_Credentials(credentials) {
-    TORVANE_TRACE_SCOPE(fileLogger(), "KtSipAuthorizationHeader ctor");
-}
+KT_SIP_HEADER_VALUE_CONSTRUCTORS(KtSipAuthorizationHeader, KtSipCredentialsInfo, m_Credentials)
 
 KtSipAuthorizationHeader::KtSipAuthorizationHeader(const KtSipAuthorizationHeader& other)
-    : KtSipHeader(other), m_Credentials(other.m_Credentials.isNil() ? nullptr : other.m_Credentials->clone()) {}
-
-KtSipAuthorizationHeader::~KtSipAuthorizationHeader() = default;
-
-KtSipHeader* KtSipAuthorizationHeader::clone() const {
-    return new KtSipAuthorizationHeader(*this);
-}
+    : KtSipHeaderImpl(other), m_Credentials(other.m_Credentials.isNil() ? nullptr : other.m_Credentials->clone()) {}
 
 void KtSipAuthorizationHeader::doParse(KtInputStream& in) {
     TORVANE_TRACE_SCOPE(fileLogger(), "KtSipAuthorizationHeader::doParse");

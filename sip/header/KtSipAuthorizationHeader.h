@@ -8,23 +8,11 @@
 /// The Authorization header (RFC 3261 20.7): a user agent's credentials, "scheme SP
 /// pair-list". The value is read to the end of the line, so commas inside it never split the
 /// header. KtSipProxyAuthorizationHeader derives from it and changes only its name.
-class KtSipAuthorizationHeader : public KtSipHeader {
-public:
-    /// "Authorization".
-    static const KtString sToken;
-    static const HeaderID sID = HeaderAuthorization;
-
-    /// An empty header (no credentials).
-    KtSipAuthorizationHeader();
-    /// A header carrying `credentials`.
-    explicit KtSipAuthorizationHeader(const KtHandle<KtSipCredentialsInfo>& credentials);
+class KtSipAuthorizationHeader : public KtSipHeaderImpl<KtSipAuthorizationHeader, HeaderAuthorization> {
+    KT_SIP_HEADER_VALUE_MEMBERS(KtSipAuthorizationHeader, KtSipCredentialsInfo)
     /// Copies the credentials deeply; next is nil.
     KtSipAuthorizationHeader(const KtSipAuthorizationHeader& other);
-    ~KtSipAuthorizationHeader() override;
-    KtSipHeader* clone() const override;
 
-    /// "Authorization".
-    KtString getExpandedToken() const override { return sToken; }
     /// Reads "scheme SP pair-list" from the rest of the line. Throws KtException
     /// "Credentials type not supported !" for a scheme other than Digest and
     /// "Buffer overflew !!!" for an over-long pair list.
@@ -41,7 +29,7 @@ public:
 
 protected:
     /// For headers of the same shape under another name.
-    KtSipAuthorizationHeader(const KtString& token, HeaderID id) : KtSipHeader(token, id) {}
+    KtSipAuthorizationHeader(const KtString& token, HeaderID id) : KtSipHeaderImpl(token, id) {}
 
     KtHandle<KtSipCredentialsInfo> m_Credentials;
 };

@@ -7,16 +7,7 @@
 /// CC-Diversion (id 17): a name-address followed by ";" parameters (reason, counter, ...).
 class KtSipCCDiversionHeader
     : public KtSipHeaderImpl<KtSipCCDiversionHeader, HeaderCCDiversion, KtSipNameAddrParamsHeader> {
-public:
-    static const KtString sToken;  ///< "CC-Diversion"
-
-    /// An empty name-address and parameter list.
-    KtSipCCDiversionHeader();
-    /// Parses the header value `text`.
-    explicit KtSipCCDiversionHeader(const char* text);
-    /// Deep copy (next is nil).
-    KtSipCCDiversionHeader(const KtSipCCDiversionHeader& other);
-    ~KtSipCCDiversionHeader() override;
+    KT_SIP_HEADER_TEXT_MEMBERS(KtSipCCDiversionHeader)
 };
 
 #endif

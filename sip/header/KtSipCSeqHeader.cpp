@@ -9,12 +9,6 @@ TORVANE_FILE_LOGGER("calvoran.kt.KtSipCSeqHeader")
 
 KT_SIP_HEADER_REGISTER(KtSipCSeqHeader, "CSeq")
 
-KtSipCSeqHeader::KtSipCSeqHeader() : m_Number(0) {}
-
-KtSipCSeqHeader::KtSipCSeqHeader(unsigned number, const char* method) : m_Number(number) {
-    m_Method.assign(method);
-}
-
 void KtSipCSeqHeader::doParse(KtInputStream& in) {
     TORVANE_TRACE_SCOPE(fileLogger(), "KtSipCSeqHeader::doParse");
     unsigned number = 0;

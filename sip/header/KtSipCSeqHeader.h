@@ -13,9 +13,9 @@ public:
     static const KtString sToken;
 
     /// Number 0, empty method.
-    KtSipCSeqHeader();
+    KtSipCSeqHeader() = default;
     /// A header holding `number` and `method` (null gives an empty method).
-    KtSipCSeqHeader(unsigned number, const char* method);
+    KtSipCSeqHeader(unsigned number, const char* method) : m_Number(number) { m_Method.assign(method); }
     KtSipCSeqHeader(const KtSipCSeqHeader& other) = default;
 
     /// The sequence number.
@@ -33,7 +33,7 @@ public:
     void doSerialize(KtOutputStream& out) const override;
 
 private:
-    unsigned m_Number;
+    unsigned m_Number = 0;
     KtConstString m_Method;
 };
 

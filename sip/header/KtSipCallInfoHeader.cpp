@@ -7,13 +7,4 @@ TORVANE_FILE_LOGGER("calvoran.kt.KtSipCallInfoHeader")
 // unknown header.
 KT_SIP_HEADER_UNREGISTERED(KtSipCallInfoHeader, "Call-Info")
 
-KtSipCallInfoHeader::KtSipCallInfoHeader() {}
-
-KtSipCallInfoHeader::KtSipCallInfoHeader(const char* text) {
-    TORVANE_TRACE_SCOPE(fileLogger(), "KtSipCallInfoHeader ctor");
-    parseText(text);
-}
-
-KtSipCallInfoHeader::KtSipCallInfoHeader(const KtSipCallInfoHeader& other) : KtSipHeaderImpl(other) {}
-
-KtSipCallInfoHeader::~KtSipCallInfoHeader() {}
+KT_SIP_HEADER_TEXT_CONSTRUCTOR(KtSipCallInfoHeader)

@@ -7,18 +7,8 @@
 /// Call-Info (id 16): a URI (written between double quotes) with ";" parameters.
 /// Call-Info is not registered: a received Call-Info line is kept as an unknown header;
 /// this class is for headers the application builds.
-class KtSipCallInfoHeader
-    : public KtSipHeaderImpl<KtSipCallInfoHeader, HeaderCallInfo, KtSipUriParamsHeader> {
-public:
-    static const KtString sToken;  ///< "Call-Info"
-
-    /// No URI, an empty parameter list.
-    KtSipCallInfoHeader();
-    /// Parses the header value `text`.
-    explicit KtSipCallInfoHeader(const char* text);
-    /// Deep copy (next is nil).
-    KtSipCallInfoHeader(const KtSipCallInfoHeader& other);
-    ~KtSipCallInfoHeader() override;
+class KtSipCallInfoHeader : public KtSipHeaderImpl<KtSipCallInfoHeader, HeaderCallInfo, KtSipUriParamsHeader> {
+    KT_SIP_HEADER_TEXT_MEMBERS(KtSipCallInfoHeader)
 };
 
 #endif

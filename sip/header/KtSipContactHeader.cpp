@@ -7,15 +7,7 @@ TORVANE_FILE_LOGGER("calvoran.kt.KtSipContactHeader")
 
 KT_SIP_HEADER_REGISTER_COMPACT(KtSipContactHeader, "Contact", "m")
 
-KtSipContactHeader::KtSipContactHeader() : m_wildcard(false) {}
-
-KtSipContactHeader::KtSipContactHeader(const char* text) : m_wildcard(false) {
-    TORVANE_TRACE_SCOPE(fileLogger(), "KtSipContactHeader ctor");
-    parseText(text);
-}
-
-KtSipContactHeader::KtSipContactHeader(const KtSipContactHeader& other)
-    : KtSipCompactHeaderImpl(other), m_wildcard(other.m_wildcard), m_comment(other.m_comment) {}
+KT_SIP_HEADER_TEXT_CONSTRUCTOR(KtSipContactHeader)
 
 void KtSipContactHeader::doParse(KtInputStream& in) {
     TORVANE_TRACE_SCOPE(fileLogger(), "KtSipContactHeader::doParse");

@@ -9,17 +9,8 @@
 /// after the parameters as " (comment)"; parsing never fills it.
 class KtSipContactHeader
     : public KtSipCompactHeaderImpl<KtSipContactHeader, HeaderContact, KtSipNameAddrParamsHeader> {
-public:
-    static const KtString sToken;         ///< "Contact"
+    KT_SIP_HEADER_TEXT_MEMBERS(KtSipContactHeader)
     static const KtString sCompactToken;  ///< "m"
-
-    /// Not a wildcard; empty name-address, parameters and comment.
-    KtSipContactHeader();
-    /// Parses the header value `text`. Throws what doParse throws.
-    explicit KtSipContactHeader(const char* text);
-    /// Deep copy (next is nil).
-    KtSipContactHeader(const KtSipContactHeader& other);
-    ~KtSipContactHeader() override {}
 
     /// "*" (white space before it skipped) makes a wildcard and ends the value: nothing
     /// after the star is read. Otherwise a name-address with parameters.
@@ -39,7 +30,7 @@ public:
     void setComment(const char* comment) { m_comment = comment && *comment ? KtString(comment) : KtString(); }
 
 private:
-    bool m_wildcard;
+    bool m_wildcard = false;
     KtString m_comment;
 };
 

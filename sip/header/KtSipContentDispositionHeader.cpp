@@ -1,8 +1,6 @@
 // The Content-Disposition header.
 #include "KtSipContentDispositionHeader.h"
 
-#include <cstring>
-
 #include "KtStreamTokenizer.h"
 
 TORVANE_FILE_LOGGER("calvoran.kt.KtSipContentDispositionHeader")
@@ -13,9 +11,7 @@ KtSipContentDispositionHeader::KtSipContentDispositionHeader() : m_parameters(ne
 
 KtSipContentDispositionHeader::KtSipContentDispositionHeader(const char* text) : m_parameters(new KtParameters(';')) {
     TORVANE_TRACE_SCOPE(fileLogger(), "KtSipContentDispositionHeader ctor");
-    if (!text) text = "";
-    KtByteArrayInputStream in(text, static_cast<unsigned>(std::strlen(text)));
-    doParse(in);
+    parseText(text);
 }
 
 KtSipContentDispositionHeader::KtSipContentDispositionHeader(const KtSipContentDispositionHeader& other)
@@ -23,7 +19,6 @@ KtSipContentDispositionHeader::KtSipContentDispositionHeader(const KtSipContentD
       m_type(other.m_type),
       m_parameters(other.m_parameters.isNil() ? new KtParameters(';') : other.m_parameters->clone()) {}
 
-KtSipContentDispositionHeader::~KtSipContentDispositionHeader() {}
 
 void KtSipContentDispositionHeader::doParse(KtInputStream& in) {
     TORVANE_TRACE_SCOPE(fileLogger(), "KtSipContentDispositionHeader::doParse");

@@ -18,7 +18,6 @@ public:
     explicit KtSipContentDispositionHeader(const char* text);
     /// Deep copy (next is nil).
     KtSipContentDispositionHeader(const KtSipContentDispositionHeader& other);
-    ~KtSipContentDispositionHeader() override;
 
     /// Reads the type up to a delimiter, then the parameters when a ";" follows. Throws
     /// KtSipParseError "Invalid Content-Disposition header" when there is no type.

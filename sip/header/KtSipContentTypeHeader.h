@@ -8,17 +8,8 @@
 /// A malformed value fails with the media-type shape's message "Invalid Accept header".
 class KtSipContentTypeHeader
     : public KtSipCompactHeaderImpl<KtSipContentTypeHeader, HeaderContentType, KtSipMediaTypeHeader> {
-public:
-    static const KtString sToken;         ///< "Content-Type"
-    static const KtString sCompactToken;  ///< "c"
-
-    /// Empty type, subtype and parameter list.
-    KtSipContentTypeHeader();
-    /// Parses the header value `text`, for example "text/plain;charset=utf-8".
-    explicit KtSipContentTypeHeader(const char* text);
-    /// Copy (parameters cloned; next is nil).
-    KtSipContentTypeHeader(const KtSipContentTypeHeader& other);
-    ~KtSipContentTypeHeader() override {}
+    KT_SIP_HEADER_TEXT_MEMBERS(KtSipContentTypeHeader)
+    static const KtString sCompactToken;
 
     /// "type/subtype" as a new string.
     KtString getMediaType() const { return joinMedia(); }

@@ -5,18 +5,8 @@
 #include "KtSipUriParamsHeader.h"
 
 /// Error-Info (id 24): a URI (written between double quotes) with ";" parameters.
-class KtSipErrorInfoHeader
-    : public KtSipHeaderImpl<KtSipErrorInfoHeader, HeaderErrorInfo, KtSipUriParamsHeader> {
-public:
-    static const KtString sToken;  ///< "Error-Info"
-
-    /// No URI, an empty parameter list.
-    KtSipErrorInfoHeader();
-    /// Parses the header value `text`.
-    explicit KtSipErrorInfoHeader(const char* text);
-    /// Deep copy (next is nil).
-    KtSipErrorInfoHeader(const KtSipErrorInfoHeader& other);
-    ~KtSipErrorInfoHeader() override;
+class KtSipErrorInfoHeader : public KtSipHeaderImpl<KtSipErrorInfoHeader, HeaderErrorInfo, KtSipUriParamsHeader> {
+    KT_SIP_HEADER_TEXT_MEMBERS(KtSipErrorInfoHeader)
 };
 
 #endif

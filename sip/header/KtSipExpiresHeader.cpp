@@ -21,12 +21,6 @@ const KtDelimiterSet& lineEnd() {
 }
 }  // namespace
 
-KtSipExpiresHeader::KtSipExpiresHeader() : m_IsDate(false), m_Delta(0) {}
-
-KtSipExpiresHeader::KtSipExpiresHeader(int seconds) : m_IsDate(false), m_Delta(seconds) {}
-
-KtSipExpiresHeader::KtSipExpiresHeader(const KtDate& date) : m_IsDate(true), m_Delta(0), m_Date(date) {}
-
 void KtSipExpiresHeader::setDelta(int seconds) {
     m_IsDate = false;
     m_Delta = seconds;

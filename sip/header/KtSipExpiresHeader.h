@@ -16,11 +16,11 @@ public:
     static const unsigned DELTA_BUFFER_SIZE = 64;
 
     /// Delta 0.
-    KtSipExpiresHeader();
+    KtSipExpiresHeader() = default;
     /// Delta `seconds`.
-    explicit KtSipExpiresHeader(int seconds);
+    explicit KtSipExpiresHeader(int seconds) : m_Delta(seconds) {}
     /// The date `date`.
-    explicit KtSipExpiresHeader(const KtDate& date);
+    explicit KtSipExpiresHeader(const KtDate& date) : m_IsDate(true), m_Date(date) {}
     KtSipExpiresHeader(const KtSipExpiresHeader& other) = default;
 
     /// True when the value is a date, false when it is delta seconds.
@@ -42,8 +42,8 @@ public:
 private:
     void parseDate(KtInputStream& in);
 
-    bool m_IsDate;
-    int m_Delta;
+    bool m_IsDate = false;
+    int m_Delta = 0;
     KtDate m_Date;
 };
 

@@ -5,26 +5,7 @@ TORVANE_FILE_LOGGER("calvoran.kt.KtSipFromHeader")
 
 KT_SIP_HEADER_REGISTER_COMPACT(KtSipFromHeader, "From", "f")
 
-KtSipFromHeader::KtSipFromHeader() {}
-
-KtSipFromHeader::KtSipFromHeader(const char* text) {
-    TORVANE_TRACE_SCOPE(fileLogger(), "KtSipFromHeader ctor (1)");
-    parseText(text);
-    checkValidity();
-}
-
-KtSipFromHeader::KtSipFromHeader(const KtHandle<KtSipNameAddress>& nameAddress,
-                                 const KtHandle<KtParameters>& parameters) {
-    TORVANE_TRACE_SCOPE(fileLogger(), "KtSipFromHeader ctor (2)");
-    assignClones(nameAddress, parameters);
-    checkValidity();
-}
-
-KtSipFromHeader::KtSipFromHeader(const KtHandle<KtSipURL>& url, const KtHandle<KtParameters>& parameters) {
-    TORVANE_TRACE_SCOPE(fileLogger(), "KtSipFromHeader ctor (3)");
-    assignURL(url, parameters);
-    checkValidity();
-}
+KT_SIP_ADDRESS_HEADER_DEFINE(KtSipFromHeader, " ctor (", checkValidity())
 
 KtSipFromHeader::KtSipFromHeader(const KtSipFromHeader& other) : KtSipCompactHeaderImpl(other) {
     TORVANE_TRACE_SCOPE(fileLogger(), "KtSipFromHeader copy ctor");

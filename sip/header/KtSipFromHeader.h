@@ -9,24 +9,13 @@
 /// loses "transport", "maddr", "ttl" and its headers.
 class KtSipFromHeader
     : public KtSipCompactHeaderImpl<KtSipFromHeader, HeaderFrom, KtSipNameAddrParamsHeader> {
-public:
-    static const KtString sToken;         ///< "From"
+    KT_SIP_ADDRESS_HEADER_CONSTRUCTORS(KtSipFromHeader)
     static const KtString sCompactToken;  ///< "f"
 
     /// An empty name-address and an empty parameter list (no check).
-    KtSipFromHeader();
-    /// Parses the header value `text` (what follows the colon), for example
-    /// `"Alice" <sip:alice@host>;tag=1`. Throws KtSipParseError on malformed text.
-    explicit KtSipFromHeader(const char* text);
-    /// Clones of `nameAddress` and `parameters` (empty ones for nil handles; a nil
-    /// name-address therefore fails the check).
-    KtSipFromHeader(const KtHandle<KtSipNameAddress>& nameAddress, const KtHandle<KtParameters>& parameters);
-    /// A name-address without display name around `url` (held: the check edits the
-    /// caller's URL in place) and a clone of `parameters`.
-    KtSipFromHeader(const KtHandle<KtSipURL>& url, const KtHandle<KtParameters>& parameters);
+    KtSipFromHeader() = default;
     /// Deep copy (next is nil), checked.
     KtSipFromHeader(const KtSipFromHeader& other);
-    ~KtSipFromHeader() override {}
 
     /// Reads the name-address and parameters, then checks them.
     void doParse(KtInputStream& in) override;

@@ -3,6 +3,7 @@
 
 #include <cstring>
 #include <map>
+#include <string>
 #include <strings.h>
 
 #include "KtProbeTable.h"
@@ -37,11 +38,14 @@ struct CaseLess {
 // the exact spelling first, as names mostly arrive as registered, and walks the same chain
 // ignoring case only when that fails (names are unique ignoring case, so at most one entry
 // matches either way). Both structures are written only while the library's static
-// initialisers run.
+// initialisers run. Registrations beyond the table's capacity stay in the map only, and
+// lookups that the table cannot answer then go to the map (the rule of the method registry
+// too: no registration is ever dropped).
 struct Registry {
     static const unsigned kCapacity = 128;  // twice the 64 names of the library, leaving room for more
     std::map<const char*, Constructor, CaseLess> map;
     KtProbeTable<Constructor> table{kCapacity};
+    bool complete = true;  // every registered name is in the table
 
     __attribute__((always_inline)) Constructor find(const char* name, unsigned length) const {
         const char* exact;
@@ -54,15 +58,22 @@ struct Registry {
     }
 
     __attribute__((noinline)) Constructor probeIgnoringCase(const char* name, unsigned length) const {
-        return table.findIf(name, length, [&](const char* n) { return strncasecmp(n, name, length) == 0; });
+        Constructor c = table.findIf(name, length, [&](const char* n) { return strncasecmp(n, name, length) == 0; });
+        return c != nullptr || complete ? c : findInMap(name, length);
+    }
+
+    // The map's answer for the `length` bytes at `name`, once names have spilled past the table.
+    Constructor findInMap(const char* name, unsigned length) const {
+        const std::string key(name, length);
+        const auto it = map.find(key.c_str());
+        return it == map.end() ? nullptr : it->second;
     }
 
     Constructor find(const char* name) const { return find(name, static_cast<unsigned>(std::strlen(name))); }
 
     void add(const char* name, Constructor constructor) {
-        if (table.full()) return;  // the table is sized for the library's own classes
         if (!map.emplace(name, constructor).second) return;  // first registration wins
-        table.add(name, static_cast<unsigned>(std::strlen(name)), constructor);
+        if (!table.add(name, static_cast<unsigned>(std::strlen(name)), constructor)) complete = false;
     }
 };
 
@@ -386,4 +397,10 @@ KtString KtSipHeader::getValueString() const {
     KtByteArrayOutputStream out(128);
     doSerialize(out);
     return KtString(out.data(), out.size());
+}
+
+void KtSipHeader::parseText(const char* text) {
+    if (!text) text = "";
+    KtByteArrayInputStream in(text, static_cast<unsigned>(std::strlen(text)));
+    doParse(in);
 }

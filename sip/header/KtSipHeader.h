@@ -117,7 +117,9 @@ public:
     virtual void doSerialize(KtOutputStream& out) const = 0;
 
     /// Registers `constructor` under `token` (case-insensitive; the first registration of a
-    /// name wins). `token` must stay valid for the life of the process.
+    /// name wins). `token` must stay valid for the life of the process. There is no limit:
+    /// the first 128 names are looked up through a probe table, any further ones through the
+    /// registry's map (the message factory's method registry follows the same rule).
     static void sAddConstructor(const char* token, KtSipHeader* (*constructor)());
     /// A new, empty header of the class registered for `token`, or a KtSipUnknownHeader
     /// named `token`.
@@ -162,6 +164,10 @@ protected:
     KtSipHeader(const KtSipHeader& other) : KtObject(), m_Token(other.m_Token), m_HeaderID(other.m_HeaderID) {}
     KtSipHeader& operator=(const KtSipHeader&) = delete;
 
+    /// Runs doParse over the NUL-terminated `text` (null reads as empty), in place: the
+    /// constructors that take a header value use it.
+    void parseText(const char* text);
+
     KtString m_Token;
     KtHandle<KtSipHeader> m_Next;
     HeaderID m_HeaderID;
@@ -200,6 +206,8 @@ public:
 protected:
     KtSipHeaderImpl() : Base(Derived::sToken, ID) {}
     KtSipHeaderImpl(const KtSipHeaderImpl& other) = default;
+    /// For a class whose subclasses share its shape under another name (Authorization).
+    KtSipHeaderImpl(const KtString& token, HeaderID id) : Base(token, id) {}
 };
 
 /// As KtSipHeaderImpl, for classes that also have a compact name.
@@ -234,5 +242,46 @@ protected:
 
 /// Defines the static token of a class that exists but is not registered (Call-Info).
 #define KT_SIP_HEADER_UNREGISTERED(CLASS, NAME) const KtString CLASS::sToken(KtString::sStatic(NAME));
+
+/// The members of a header class whose only constructors are the usual three: the default
+/// one (registry factory), the one that parses a header value, and the copy constructor
+/// (clone); plus the static name. KT_SIP_HEADER_TEXT_CONSTRUCTOR defines the second one.
+#define KT_SIP_HEADER_TEXT_MEMBERS(CLASS)                                   \
+public:                                                                     \
+    /** An empty header. */                                                 \
+    CLASS() = default;                                                      \
+    /** Parses the header value `text` (null reads as empty). */            \
+    explicit CLASS(const char* text);                                       \
+    CLASS(const CLASS& other) = default;                                    \
+    static const KtString sToken;
+
+/// Defines CLASS(const char* text) in the class's source file (after its TORVANE_FILE_LOGGER):
+/// the trace scope "CLASS ctor" around parseText.
+#define KT_SIP_HEADER_TEXT_CONSTRUCTOR(CLASS)                               \
+    CLASS::CLASS(const char* text) {                                        \
+        TORVANE_TRACE_SCOPE(fileLogger(), #CLASS " ctor");                  \
+        parseText(text);                                                    \
+    }
+
+/// The members of a header class that holds one reference counted value of type VALUE: the
+/// default constructor, the constructor that holds `value` (not copied), and the static name.
+/// KT_SIP_HEADER_VALUE_CONSTRUCTORS defines the two constructors; the copy constructor is
+/// the shape's (a deep copy).
+#define KT_SIP_HEADER_VALUE_MEMBERS(CLASS, VALUE)                           \
+public:                                                                     \
+    /** An empty header. */                                                 \
+    CLASS();                                                                \
+    /** A header holding `value`. */                                        \
+    explicit CLASS(const KtHandle<VALUE>& value);                           \
+    static const KtString sToken;
+
+/// Defines, in the class's source file, the two constructors KT_SIP_HEADER_VALUE_MEMBERS
+/// declares; each opens the trace scope "CLASS ctor", and the second stores its value in MEMBER.
+#define KT_SIP_HEADER_VALUE_CONSTRUCTORS(CLASS, VALUE, MEMBER)              \
+    CLASS::CLASS() { TORVANE_TRACE_SCOPE(fileLogger(), #CLASS " ctor"); }   \
+    CLASS::CLASS(const KtHandle<VALUE>& value) {                            \
+        TORVANE_TRACE_SCOPE(fileLogger(), #CLASS " ctor");                  \
+        MEMBER = value;                                                     \
+    }
 
 #endif

@@ -48,4 +48,32 @@ protected:
     int m_Value;
 };
 
+/// The members every keyword-header class declares the same way: the default constructor
+/// (the vocabulary's first word), the constructor from a word (throws as setKeyword), the
+/// copy constructor (clone), the static name and the vocabulary hook.
+#define KT_SIP_KEYWORD_HEADER_MEMBERS(CLASS)                                \
+public:                                                                     \
+    /** The vocabulary's first word. */                                     \
+    CLASS() = default;                                                      \
+    /** The word `word` (throws as setKeyword). */                          \
+    explicit CLASS(const char* word) { setKeyword(word); }                  \
+    CLASS(const CLASS& other) = default;                                    \
+    static const KtString sToken;                                           \
+                                                                            \
+protected:                                                                  \
+    const KtSipKeywordSyntax& getSyntax() const override;                   \
+                                                                            \
+public:
+
+/// Defines CLASS::getSyntax in the class's source file (after its TORVANE_FILE_LOGGER): any
+/// word but the listed ones (numbered in order from 0) throws KtSipParseError ERROR.
+#define KT_SIP_KEYWORD_HEADER_SYNTAX(CLASS, ERROR, ...)                                          \
+    const KtSipKeywordSyntax& CLASS::getSyntax() const {                                         \
+        static const char* const sWords[] = {__VA_ARGS__};                                       \
+        static const KtSipKeywordSyntax sSyntax{sWords, static_cast<unsigned>(sizeof sWords / sizeof *sWords), \
+                                                (ERROR), fileLogger(), #CLASS "::doParse",       \
+                                                #CLASS "::doSerialize"};                         \
+        return sSyntax;                                                                          \
+    }
+
 #endif

@@ -81,9 +81,3 @@ void KtSipMediaTypeHeader::splitMedia(const char* media) {
     m_type.assign(media, static_cast<unsigned>(slash - media));
     m_subtype.assign(slash + 1);
 }
-
-void KtSipMediaTypeHeader::parseText(const char* text) {
-    if (!text) text = "";
-    KtByteArrayInputStream in(text, static_cast<unsigned>(std::strlen(text)));
-    doParse(in);
-}

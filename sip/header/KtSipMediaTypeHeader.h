@@ -33,8 +33,6 @@ protected:
     /// Splits `media` at its first "/" into type and subtype; without "/" the whole text
     /// is the type and the subtype is "*"; a null pointer gives "*" for both.
     void splitMedia(const char* media);
-    /// Runs doParse over the NUL-terminated `text` (null reads as empty), in place.
-    void parseText(const char* text);
 
     KtConstString m_type;
     KtConstString m_subtype;

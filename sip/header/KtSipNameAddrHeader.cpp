@@ -1,8 +1,6 @@
 // The name-address header shape.
 #include "KtSipNameAddrHeader.h"
 
-#include <cstring>
-
 TORVANE_FILE_LOGGER("calvoran.kt.KtSipNameAddrHeader")
 
 KtSipNameAddrHeader::KtSipNameAddrHeader(const KtString& token, HeaderID id)
@@ -36,10 +34,4 @@ void KtSipNameAddrHeader::parseNameAddress(KtInputStream& in, const char* failur
         TORVANE_DEBUG(fileLogger(), getExpandedToken().c_str() << ": name-address rejected: " << e.getMessage());
         KtSipParseError::sThrow(failureMessage);
     }
-}
-
-void KtSipNameAddrHeader::parseText(const char* text) {
-    if (!text) text = "";
-    KtByteArrayInputStream in(text, static_cast<unsigned>(std::strlen(text)));
-    doParse(in);
 }

@@ -30,10 +30,25 @@ protected:
     /// As parseNameAddress, but any KtException raised while reading is replaced by a
     /// KtSipParseError carrying `failureMessage`.
     void parseNameAddress(KtInputStream& in, const char* failureMessage);
-    /// Runs doParse over the NUL-terminated `text` (null reads as empty), in place.
-    void parseText(const char* text);
 
     KtHandle<KtSipNameAddress> m_nameAddress;
 };
+
+/// The members of a class that holds one name-address and nothing else (Route,
+/// Record-Route): KT_SIP_HEADER_TEXT_MEMBERS and the reader of the name-address.
+#define KT_SIP_NAME_ADDR_HEADER_MEMBERS(CLASS)                              \
+    KT_SIP_HEADER_TEXT_MEMBERS(CLASS)                                       \
+    /** Reads one name-address; any failure becomes KtSipParseError        \
+        "Invalid Name-Address in " followed by the class name. */           \
+    void doParse(KtInputStream& in) override;
+
+/// Defines, in the class's source file, what KT_SIP_NAME_ADDR_HEADER_MEMBERS declares: the
+/// text constructor and doParse (trace scope "CLASS::doParse").
+#define KT_SIP_NAME_ADDR_HEADER_DEFINE(CLASS)                               \
+    KT_SIP_HEADER_TEXT_CONSTRUCTOR(CLASS)                                   \
+    void CLASS::doParse(KtInputStream& in) {                                \
+        TORVANE_TRACE_SCOPE(fileLogger(), #CLASS "::doParse");              \
+        parseNameAddress(in, "Invalid Name-Address in " #CLASS);            \
+    }
 
 #endif

@@ -52,4 +52,40 @@ protected:
     KtLazyParameters m_parameters;  // made on first use: most headers have no parameters
 };
 
+/// The constructors of a class of this shape that builds its value from parts (From, To,
+/// Referred-By), besides the default and copy constructors which each class declares:
+/// from the header value text; from clones of a name-address and a parameter list (empty
+/// ones for nil handles); from a name-address without display name around `url` (held, not
+/// copied) and a clone of `parameters`.
+#define KT_SIP_ADDRESS_HEADER_CONSTRUCTORS(CLASS)                                        \
+public:                                                                                  \
+    /** Parses the header value `text` (null reads as empty). */                        \
+    explicit CLASS(const char* text);                                                    \
+    /** Clones of `nameAddress` and `parameters` (empty ones for nil handles). */       \
+    CLASS(const KtHandle<KtSipNameAddress>& nameAddress, const KtHandle<KtParameters>& parameters); \
+    /** A name-address around `url` (held) and a clone of `parameters`. */              \
+    CLASS(const KtHandle<KtSipURL>& url, const KtHandle<KtParameters>& parameters);      \
+    static const KtString sToken;
+
+/// Defines, in the class's source file, the three constructors of
+/// KT_SIP_ADDRESS_HEADER_CONSTRUCTORS. Their trace scopes are named by the class, SCOPE
+/// (" ctor (" or " ctor(", as each class has always logged them) and the number 1, 2 or 3
+/// with ")"; each ends with the statement CHECK.
+#define KT_SIP_ADDRESS_HEADER_DEFINE(CLASS, SCOPE, CHECK)                                \
+    CLASS::CLASS(const char* text) {                                                     \
+        TORVANE_TRACE_SCOPE(fileLogger(), #CLASS SCOPE "1)");                            \
+        parseText(text);                                                                 \
+        CHECK;                                                                           \
+    }                                                                                    \
+    CLASS::CLASS(const KtHandle<KtSipNameAddress>& nameAddress, const KtHandle<KtParameters>& parameters) { \
+        TORVANE_TRACE_SCOPE(fileLogger(), #CLASS SCOPE "2)");                            \
+        assignClones(nameAddress, parameters);                                           \
+        CHECK;                                                                           \
+    }                                                                                    \
+    CLASS::CLASS(const KtHandle<KtSipURL>& url, const KtHandle<KtParameters>& parameters) { \
+        TORVANE_TRACE_SCOPE(fileLogger(), #CLASS SCOPE "3)");                            \
+        assignURL(url, parameters);                                                      \
+        CHECK;                                                                           \
+    }
+
 #endif

@@ -31,6 +31,12 @@ protected:
     /// Writes product, then "/" and the version, then " (", the comment and ")"; the comment
     /// has no leading space when it is all there is. Returns false when nothing was written.
     bool writeFields(KtOutputStream& out) const;
+    /// Sets the three fields as the setters do.
+    void setFields(const char* product, const char* version, const char* comment) {
+        setProduct(product);
+        setVersion(version);
+        setComment(comment);
+    }
     /// Reads a comment whose "(" has been consumed, up to ")" (consumed) or the line end.
     void readComment(KtInputStream& in);
 
@@ -41,5 +47,21 @@ protected:
 private:
     static KtString sText(const char* text) { return text && *text ? KtString(text) : KtString(); }
 };
+
+/// The members every product-header class declares the same way: the empty header, the one
+/// built from its fields (null for none), the copy constructor (clone), the static name,
+/// and its own reading and writing.
+#define KT_SIP_PRODUCT_HEADER_MEMBERS(CLASS)                                \
+public:                                                                     \
+    /** Empty product, version and comment. */                              \
+    CLASS() = default;                                                      \
+    /** `product` with `version` and `comment` (null for none). */          \
+    explicit CLASS(const char* product, const char* version = nullptr, const char* comment = nullptr) { \
+        setFields(product, version, comment);                               \
+    }                                                                       \
+    CLASS(const CLASS& other) = default;                                    \
+    static const KtString sToken;                                           \
+    void doParse(KtInputStream& in) override;                               \
+    void doSerialize(KtOutputStream& out) const override;
 
 #endif

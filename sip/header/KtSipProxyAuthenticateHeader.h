@@ -7,17 +7,7 @@
 /// The Proxy-Authenticate header (RFC 3261 20.27): the challenge of a proxy.
 class KtSipProxyAuthenticateHeader
     : public KtSipHeaderImpl<KtSipProxyAuthenticateHeader, HeaderProxyAuthenticate, KtSipAuthenticateHeader> {
-public:
-    /// "Proxy-Authenticate".
-    static const KtString sToken;
-
-    /// An empty header (no challenge).
-    KtSipProxyAuthenticateHeader();
-    /// A header carrying `challenge`.
-    explicit KtSipProxyAuthenticateHeader(const KtHandle<KtSipChallengeInfo>& challenge);
-    /// Copies the challenge deeply; next is nil.
-    KtSipProxyAuthenticateHeader(const KtSipProxyAuthenticateHeader& other);
-    ~KtSipProxyAuthenticateHeader() override;
+    KT_SIP_HEADER_VALUE_MEMBERS(KtSipProxyAuthenticateHeader, KtSipChallengeInfo)
 };
 
 #endif

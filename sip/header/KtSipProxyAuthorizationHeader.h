@@ -8,17 +8,7 @@
 /// Authorization under another name.
 class KtSipProxyAuthorizationHeader
     : public KtSipHeaderImpl<KtSipProxyAuthorizationHeader, HeaderProxyAuthorization, KtSipAuthorizationHeader> {
-public:
-    /// "Proxy-Authorization".
-    static const KtString sToken;
-
-    /// An empty header (no credentials).
-    KtSipProxyAuthorizationHeader();
-    /// A header carrying `credentials`.
-    explicit KtSipProxyAuthorizationHeader(const KtHandle<KtSipCredentialsInfo>& credentials);
-    /// Copies the credentials deeply; next is nil.
-    KtSipProxyAuthorizationHeader(const KtSipProxyAuthorizationHeader& other);
-    ~KtSipProxyAuthorizationHeader() override;
+    KT_SIP_HEADER_VALUE_MEMBERS(KtSipProxyAuthorizationHeader, KtSipCredentialsInfo)
 };
 
 #endif

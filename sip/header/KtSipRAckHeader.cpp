@@ -8,13 +8,6 @@ TORVANE_FILE_LOGGER("calvoran.kt.KtSipRAckHeader")
 
 KT_SIP_HEADER_REGISTER(KtSipRAckHeader, "RAck")
 
-KtSipRAckHeader::KtSipRAckHeader() : m_ResponseNumber(0), m_CSeqNumber(0) {}
-
-KtSipRAckHeader::KtSipRAckHeader(unsigned responseNumber, unsigned cseqNumber, const char* method)
-    : m_ResponseNumber(responseNumber), m_CSeqNumber(cseqNumber) {
-    m_Method.assign(method);
-}
-
 void KtSipRAckHeader::doParse(KtInputStream& in) {
     TORVANE_TRACE_SCOPE(fileLogger(), "KtSipRAckHeader::doParse");
     unsigned responseNumber = 0;

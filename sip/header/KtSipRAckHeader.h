@@ -12,9 +12,12 @@ public:
     static const KtString sToken;
 
     /// Numbers 0, empty method.
-    KtSipRAckHeader();
+    KtSipRAckHeader() = default;
     /// A header acknowledging response `responseNumber` of the transaction `cseqNumber` `method`.
-    KtSipRAckHeader(unsigned responseNumber, unsigned cseqNumber, const char* method);
+    KtSipRAckHeader(unsigned responseNumber, unsigned cseqNumber, const char* method)
+        : m_ResponseNumber(responseNumber), m_CSeqNumber(cseqNumber) {
+        m_Method.assign(method);
+    }
     KtSipRAckHeader(const KtSipRAckHeader& other) = default;
 
     /// The response number (the RSeq being acknowledged).
@@ -36,8 +39,8 @@ public:
     void doSerialize(KtOutputStream& out) const override;
 
 private:
-    unsigned m_ResponseNumber;
-    unsigned m_CSeqNumber;
+    unsigned m_ResponseNumber = 0;
+    unsigned m_CSeqNumber = 0;
     KtConstString m_Method;
 };
 

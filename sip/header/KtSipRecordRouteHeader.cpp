@@ -5,16 +5,4 @@ TORVANE_FILE_LOGGER("calvoran.kt.KtSipRecordRouteHeader")
 
 KT_SIP_HEADER_REGISTER(KtSipRecordRouteHeader, "Record-Route")
 
-KtSipRecordRouteHeader::KtSipRecordRouteHeader() {}
-
-KtSipRecordRouteHeader::KtSipRecordRouteHeader(const char* text) {
-    TORVANE_TRACE_SCOPE(fileLogger(), "KtSipRecordRouteHeader ctor");
-    parseText(text);
-}
-
-KtSipRecordRouteHeader::KtSipRecordRouteHeader(const KtSipRecordRouteHeader& other) : KtSipHeaderImpl(other) {}
-
-void KtSipRecordRouteHeader::doParse(KtInputStream& in) {
-    TORVANE_TRACE_SCOPE(fileLogger(), "KtSipRecordRouteHeader::doParse");
-    parseNameAddress(in, "Invalid Name-Address in KtSipRecordRouteHeader");
-}
+KT_SIP_NAME_ADDR_HEADER_DEFINE(KtSipRecordRouteHeader)

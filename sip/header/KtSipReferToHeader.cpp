@@ -1,8 +1,6 @@
 // The Refer-To header.
 #include "KtSipReferToHeader.h"
 
-#include <cstring>
-
 TORVANE_FILE_LOGGER("calvoran.kt.KtSipReferToHeader")
 
 KT_SIP_HEADER_REGISTER(KtSipReferToHeader, "Refer-To")
@@ -11,9 +9,7 @@ KtSipReferToHeader::KtSipReferToHeader() {}
 
 KtSipReferToHeader::KtSipReferToHeader(const char* text) {
     TORVANE_TRACE_SCOPE(fileLogger(), "KtSipReferToHeader ctor");
-    if (!text) text = "";
-    KtByteArrayInputStream in(text, static_cast<unsigned>(std::strlen(text)));
-    doParse(in);
+    parseText(text);
 }
 
 KtSipReferToHeader::KtSipReferToHeader(const KtHandle<KtURI>& uri) : m_uri(uri) {}
@@ -21,7 +17,6 @@ KtSipReferToHeader::KtSipReferToHeader(const KtHandle<KtURI>& uri) : m_uri(uri) 
 KtSipReferToHeader::KtSipReferToHeader(const KtSipReferToHeader& other)
     : KtSipHeaderImpl(other), m_uri(other.m_uri.isNil() ? nullptr : other.m_uri->clone()) {}
 
-KtSipReferToHeader::~KtSipReferToHeader() {}
 
 void KtSipReferToHeader::doParse(KtInputStream& in) {
     TORVANE_TRACE_SCOPE(fileLogger(), "KtSipReferToHeader::doParse");

@@ -18,7 +18,6 @@ public:
     explicit KtSipReferToHeader(const KtHandle<KtURI>& uri);
     /// Deep copy: the URI is cloned (next is nil).
     KtSipReferToHeader(const KtSipReferToHeader& other);
-    ~KtSipReferToHeader() override;
 
     /// Reads one URI (KtURI::sConstructFrom, not in brackets: a sip: URL ends before ";").
     /// Throws KtSipParseError "Invalid URI in Refer-To header" when no URI results, and

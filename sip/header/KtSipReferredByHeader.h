@@ -7,21 +7,10 @@
 /// Referred-By (id 42): a name-address followed by ";" parameters. No validity check.
 class KtSipReferredByHeader
     : public KtSipHeaderImpl<KtSipReferredByHeader, HeaderReferredBy, KtSipNameAddrParamsHeader> {
-public:
-    static const KtString sToken;  ///< "Referred-By"
-
+    KT_SIP_ADDRESS_HEADER_CONSTRUCTORS(KtSipReferredByHeader)
     /// An empty name-address and parameter list.
-    KtSipReferredByHeader();
-    /// Parses the header value `text`.
-    explicit KtSipReferredByHeader(const char* text);
-    /// Clones of `nameAddress` and `parameters` (empty ones for nil handles).
-    KtSipReferredByHeader(const KtHandle<KtSipNameAddress>& nameAddress, const KtHandle<KtParameters>& parameters);
-    /// A name-address without display name around `url` (held) and a clone of `parameters`.
-    KtSipReferredByHeader(const KtHandle<KtSipURL>& url, const KtHandle<KtParameters>& parameters);
-    /// Deep copy (next is nil).
-    KtSipReferredByHeader(const KtSipReferredByHeader& other);
-    ~KtSipReferredByHeader() override;
-
+    KtSipReferredByHeader() = default;
+    KtSipReferredByHeader(const KtSipReferredByHeader& other) = default;
 };
 
 #endif

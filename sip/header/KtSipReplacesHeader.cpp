@@ -1,8 +1,6 @@
 // The Replaces header.
 #include "KtSipReplacesHeader.h"
 
-#include <cstring>
-
 TORVANE_FILE_LOGGER("calvoran.kt.KtSipReplacesHeader")
 
 KT_SIP_HEADER_REGISTER(KtSipReplacesHeader, "Replaces")
@@ -15,9 +13,7 @@ KtSipReplacesHeader::KtSipReplacesHeader() : m_parameters(new KtParameters(';'))
 
 KtSipReplacesHeader::KtSipReplacesHeader(const char* text) : m_parameters(new KtParameters(';')) {
     TORVANE_TRACE_SCOPE(fileLogger(), "KtSipReplacesHeader ctor");
-    if (!text) text = "";
-    KtByteArrayInputStream in(text, static_cast<unsigned>(std::strlen(text)));
-    doParse(in);
+    parseText(text);
 }
 
 KtSipReplacesHeader::KtSipReplacesHeader(const char* callId, const char* toTag, const char* fromTag)
@@ -34,7 +30,6 @@ KtSipReplacesHeader::KtSipReplacesHeader(const KtSipReplacesHeader& other)
     TORVANE_TRACE_SCOPE(fileLogger(), "KtSipReplacesHeader copy ctor");
 }
 
-KtSipReplacesHeader::~KtSipReplacesHeader() {}
 
 void KtSipReplacesHeader::doParse(KtInputStream& in) {
     TORVANE_TRACE_SCOPE(fileLogger(), "KtSipReplacesHeader::doParse");

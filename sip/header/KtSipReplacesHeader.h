@@ -22,7 +22,6 @@ public:
     KtSipReplacesHeader(const char* callId, const char* toTag, const char* fromTag);
     /// Deep copy (next is nil).
     KtSipReplacesHeader(const KtSipReplacesHeader& other);
-    ~KtSipReplacesHeader() override;
 
     /// Reads the call-id up to ";", then the rest of the line as parameters. Throws
     /// KtSipParseError "SIP Replaces header must contain a callid", "... a to-tag" or

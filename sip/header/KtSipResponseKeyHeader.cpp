@@ -1,8 +1,6 @@
 // The Response-Key header.
 #include "KtSipResponseKeyHeader.h"
 
-#include <cstring>
-
 TORVANE_FILE_LOGGER("calvoran.kt.KtSipResponseKeyHeader")
 
 KT_SIP_HEADER_REGISTER(KtSipResponseKeyHeader, "Response-Key")
@@ -11,9 +9,7 @@ KtSipResponseKeyHeader::KtSipResponseKeyHeader() : m_parameters(new KtParameters
 
 KtSipResponseKeyHeader::KtSipResponseKeyHeader(const char* text) : m_parameters(new KtParameters(';')) {
     TORVANE_TRACE_SCOPE(fileLogger(), "KtSipResponseKeyHeader ctor");
-    if (!text) text = "";
-    KtByteArrayInputStream in(text, static_cast<unsigned>(std::strlen(text)));
-    doParse(in);
+    parseText(text);
 }
 
 KtSipResponseKeyHeader::KtSipResponseKeyHeader(const KtSipResponseKeyHeader& other)
@@ -21,7 +17,6 @@ KtSipResponseKeyHeader::KtSipResponseKeyHeader(const KtSipResponseKeyHeader& oth
       m_scheme(other.m_scheme),
       m_parameters(other.m_parameters.isNil() ? new KtParameters(';') : other.m_parameters->clone()) {}
 
-KtSipResponseKeyHeader::~KtSipResponseKeyHeader() {}
 
 void KtSipResponseKeyHeader::doParse(KtInputStream& in) {
     TORVANE_TRACE_SCOPE(fileLogger(), "KtSipResponseKeyHeader::doParse");

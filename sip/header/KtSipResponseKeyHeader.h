@@ -17,7 +17,6 @@ public:
     explicit KtSipResponseKeyHeader(const char* text);
     /// Deep copy (next is nil).
     KtSipResponseKeyHeader(const KtSipResponseKeyHeader& other);
-    ~KtSipResponseKeyHeader() override;
 
     /// Reads the scheme up to a space or the line end, then the rest of the line as a ","
     /// parameter list.

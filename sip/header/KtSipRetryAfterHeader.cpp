@@ -35,11 +35,6 @@ unsigned trimEnd(char* text, unsigned length) {
 }
 }  // namespace
 
-KtSipRetryAfterHeader::KtSipRetryAfterHeader() : m_IsDate(false), m_Seconds(0), m_HasDuration(false), m_Duration(0) {}
-
-KtSipRetryAfterHeader::KtSipRetryAfterHeader(unsigned seconds)
-    : m_IsDate(false), m_Seconds(seconds), m_HasDuration(false), m_Duration(0) {}
-
 void KtSipRetryAfterHeader::setSeconds(unsigned seconds) {
     m_IsDate = false;
     m_Seconds = seconds;

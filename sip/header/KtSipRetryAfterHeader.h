@@ -16,9 +16,9 @@ public:
     static const unsigned MAX_TEXT = 256;
 
     /// 0 seconds, no comment, no duration.
-    KtSipRetryAfterHeader();
+    KtSipRetryAfterHeader() = default;
     /// `seconds`, no comment, no duration.
-    explicit KtSipRetryAfterHeader(unsigned seconds);
+    explicit KtSipRetryAfterHeader(unsigned seconds) : m_Seconds(seconds) {}
     KtSipRetryAfterHeader(const KtSipRetryAfterHeader& other) = default;
 
     /// True when the value is a date.
@@ -59,12 +59,12 @@ public:
     void doSerialize(KtOutputStream& out) const override;
 
 private:
-    bool m_IsDate;
-    unsigned m_Seconds;
+    bool m_IsDate = false;
+    unsigned m_Seconds = 0;
     KtDate m_Date;
     KtString m_Comment;
-    bool m_HasDuration;
-    unsigned m_Duration;
+    bool m_HasDuration = false;
+    unsigned m_Duration = 0;
 };
 
 #endif

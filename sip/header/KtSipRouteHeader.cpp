@@ -5,16 +5,4 @@ TORVANE_FILE_LOGGER("calvoran.kt.KtSipRouteHeader")
 
 KT_SIP_HEADER_REGISTER(KtSipRouteHeader, "Route")
 
-KtSipRouteHeader::KtSipRouteHeader() {}
-
-KtSipRouteHeader::KtSipRouteHeader(const char* text) {
-    TORVANE_TRACE_SCOPE(fileLogger(), "KtSipRouteHeader ctor");
-    parseText(text);
-}
-
-KtSipRouteHeader::KtSipRouteHeader(const KtSipRouteHeader& other) : KtSipHeaderImpl(other) {}
-
-void KtSipRouteHeader::doParse(KtInputStream& in) {
-    TORVANE_TRACE_SCOPE(fileLogger(), "KtSipRouteHeader::doParse");
-    parseNameAddress(in, "Invalid Name-Address in KtSipRouteHeader");
-}
+KT_SIP_NAME_ADDR_HEADER_DEFINE(KtSipRouteHeader)

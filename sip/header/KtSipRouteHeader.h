@@ -5,23 +5,10 @@
 #include "KtSipNameAddrHeader.h"
 
 /// Route (id 47). A line of several routes becomes a chain of Route headers. Route
-/// parameters such as lr belong to the URI inside the angle brackets.
+/// parameters such as lr belong to the URI inside the angle brackets. A value that is not a
+/// name-address throws KtSipParseError "Invalid Name-Address in KtSipRouteHeader".
 class KtSipRouteHeader : public KtSipHeaderImpl<KtSipRouteHeader, HeaderRoute, KtSipNameAddrHeader> {
-public:
-    static const KtString sToken;  ///< "Route"
-
-    /// An empty name-address.
-    KtSipRouteHeader();
-    /// Parses the header value `text`; throws KtSipParseError
-    /// "Invalid Name-Address in KtSipRouteHeader" when it is not a name-address.
-    explicit KtSipRouteHeader(const char* text);
-    /// Deep copy (next is nil).
-    KtSipRouteHeader(const KtSipRouteHeader& other);
-    ~KtSipRouteHeader() override {}
-
-    /// Reads one name-address; any failure becomes KtSipParseError
-    /// "Invalid Name-Address in KtSipRouteHeader".
-    void doParse(KtInputStream& in) override;
+    KT_SIP_NAME_ADDR_HEADER_MEMBERS(KtSipRouteHeader)
 };
 
 #endif

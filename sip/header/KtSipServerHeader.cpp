@@ -19,12 +19,6 @@ const KtDelimiterSet& lineEnd() {
 }
 }  // namespace
 
-KtSipServerHeader::KtSipServerHeader(const char* product, const char* version, const char* comment) {
-    setProduct(product);
-    setVersion(version);
-    setComment(comment);
-}
-
 void KtSipServerHeader::doParse(KtInputStream& in) {
     TORVANE_TRACE_SCOPE(fileLogger(), "KtSipServerHeader::doParse");
     const KtString text = KtStringTable::sParseWord(in, productStops(), true);

@@ -8,22 +8,12 @@
 /// word (one longer than eight characters included) throws KtSipParseError
 /// "Invalid value in Session header".
 class KtSipSessionHeader : public KtSipHeaderImpl<KtSipSessionHeader, HeaderSession, KtSipKeywordHeader> {
-public:
-    static const KtString sToken;
-
-    /// Session Media.
-    KtSipSessionHeader() = default;
-    /// The session `session` (throws as setSession).
-    explicit KtSipSessionHeader(const char* session) { setKeyword(session); }
-    KtSipSessionHeader(const KtSipSessionHeader& other) = default;
+    KT_SIP_KEYWORD_HEADER_MEMBERS(KtSipSessionHeader)
 
     /// Sets the session from its word.
     void setSession(const char* session) { setKeyword(session); }
     /// The session word ("Media", "QoS", "Security").
     const char* getSession() const { return getKeyword(); }
-
-protected:
-    const KtSipKeywordSyntax& getSyntax() const override;
 };
 
 #endif

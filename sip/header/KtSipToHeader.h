@@ -7,25 +7,14 @@
 /// To (compact "t", id 3). The twin of KtSipFromHeader: every constructor but the default
 /// one, and every parse, ends with checkValidity.
 class KtSipToHeader : public KtSipCompactHeaderImpl<KtSipToHeader, HeaderTo, KtSipNameAddrParamsHeader> {
-public:
-    static const KtString sToken;         ///< "To"
+    KT_SIP_ADDRESS_HEADER_CONSTRUCTORS(KtSipToHeader)
     static const KtString sCompactToken;  ///< "t"
     static const KtString sTagToken;      ///< "tag"
 
     /// An empty name-address and an empty parameter list (no check).
-    KtSipToHeader();
-    /// Parses the header value `text` (what follows the colon). Throws KtSipParseError on
-    /// malformed text.
-    explicit KtSipToHeader(const char* text);
-    /// Clones of `nameAddress` and `parameters` (empty ones for nil handles; a nil
-    /// name-address therefore fails the check).
-    KtSipToHeader(const KtHandle<KtSipNameAddress>& nameAddress, const KtHandle<KtParameters>& parameters);
-    /// A name-address without display name around `url` (held: the check edits the
-    /// caller's URL in place) and a clone of `parameters`.
-    KtSipToHeader(const KtHandle<KtSipURL>& url, const KtHandle<KtParameters>& parameters);
+    KtSipToHeader() = default;
     /// Deep copy (next is nil), checked.
     KtSipToHeader(const KtSipToHeader& other);
-    ~KtSipToHeader() override {}
 
     /// Reads the name-address and parameters, then checks them.
     void doParse(KtInputStream& in) override;

@@ -1,8 +1,6 @@
 // The URI-with-parameters header shape (Alert-Info, Error-Info, Call-Info).
 #include "KtSipUriParamsHeader.h"
 
-#include <cstring>
-
 #include "KtStreamTokenizer.h"
 
 TORVANE_FILE_LOGGER("calvoran.kt.KtSipUriParamsHeader")
@@ -53,10 +51,4 @@ void KtSipUriParamsHeader::doSerialize(KtOutputStream& out) const {
     if (!m_uri.isNil()) m_uri->serialize(out);
     out << '"';
     m_parameters->serializeWithLead(out, ';');
-}
-
-void KtSipUriParamsHeader::parseText(const char* text) {
-    if (!text) text = "";
-    KtByteArrayInputStream in(text, static_cast<unsigned>(std::strlen(text)));
-    doParse(in);
 }

@@ -31,8 +31,6 @@ protected:
     KtSipUriParamsHeader(const KtString& token, HeaderID id);
     /// Deep copy: URI and parameter list cloned.
     KtSipUriParamsHeader(const KtSipUriParamsHeader& other);
-    /// Runs doParse over the NUL-terminated `text` (null reads as empty), in place.
-    void parseText(const char* text);
 
     KtHandle<KtURI> m_uri;
     KtHandle<KtParameters> m_parameters;

@@ -18,12 +18,6 @@ const KtDelimiterSet& versionStops() {
 }
 }  // namespace
 
-KtSipUserAgentHeader::KtSipUserAgentHeader(const char* product, const char* version, const char* comment) {
-    setProduct(product);
-    setVersion(version);
-    setComment(comment);
-}
-
 void KtSipUserAgentHeader::doParse(KtInputStream& in) {
     TORVANE_TRACE_SCOPE(fileLogger(), "KtSipUserAgentHeader::doParse");
     KtString product = KtStringTable::sParseWord(in, productStops(), true);

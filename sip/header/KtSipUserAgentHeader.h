@@ -9,19 +9,7 @@
 /// "(comment)" right after the product. An empty value is accepted.
 class KtSipUserAgentHeader
     : public KtSipHeaderImpl<KtSipUserAgentHeader, HeaderUserAgent, KtSipProductHeader> {
-public:
-    static const KtString sToken;
-
-    /// Empty product, version and comment.
-    KtSipUserAgentHeader() = default;
-    /// `product` with `version` and `comment` (null for none).
-    explicit KtSipUserAgentHeader(const char* product, const char* version = nullptr, const char* comment = nullptr);
-    KtSipUserAgentHeader(const KtSipUserAgentHeader& other) = default;
-
-    /// Reads the product, then a version after "/" or a comment after "(".
-    void doParse(KtInputStream& in) override;
-    /// Writes product, "/version" and " (comment)" as far as they are set.
-    void doSerialize(KtOutputStream& out) const override;
+    KT_SIP_PRODUCT_HEADER_MEMBERS(KtSipUserAgentHeader)
 };
 
 #endif

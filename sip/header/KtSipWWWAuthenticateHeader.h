@@ -7,17 +7,7 @@
 /// The WWW-Authenticate header (RFC 3261 20.44): the challenge of a user agent server.
 class KtSipWWWAuthenticateHeader
     : public KtSipHeaderImpl<KtSipWWWAuthenticateHeader, HeaderWWWAuthenticate, KtSipAuthenticateHeader> {
-public:
-    /// "WWW-Authenticate".
-    static const KtString sToken;
-
-    /// An empty header (no challenge).
-    KtSipWWWAuthenticateHeader();
-    /// A header carrying `challenge`.
-    explicit KtSipWWWAuthenticateHeader(const KtHandle<KtSipChallengeInfo>& challenge);
-    /// Copies the challenge deeply; next is nil.
-    KtSipWWWAuthenticateHeader(const KtSipWWWAuthenticateHeader& other);
-    ~KtSipWWWAuthenticateHeader() override;
+    KT_SIP_HEADER_VALUE_MEMBERS(KtSipWWWAuthenticateHeader, KtSipChallengeInfo)
 };
 
 #endif

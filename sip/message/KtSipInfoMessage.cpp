@@ -4,9 +4,3 @@
 TORVANE_FILE_LOGGER("calvoran.kt.KtSipInfoMessage")
 
 KT_SIP_METHOD_REGISTER(KtSipInfoMessage, "INFO")
-
-KtSipInfoMessage::KtSipInfoMessage() {}
-
-KtSipInfoMessage::KtSipInfoMessage(const KtSipInfoMessage& other) : KtSipMethodMessage<KtSipInfoMessage>(other) {}
-
-KtSipInfoMessage::~KtSipInfoMessage() {}

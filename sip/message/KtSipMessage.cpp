@@ -94,56 +94,6 @@ void appendAddress(KtStringBuffer* key, const KtHandle<KtSipNameAddress>& addres
 
 }  // namespace
 
-// ---- header order ------------------------------------------------------------------------
-
-KtSipHeaderOrder::~KtSipHeaderOrder() {
-    if (m_pOverflow) bodyPool().deallocateSized(m_pOverflow, m_Capacity);
-}
-
-bool KtSipHeaderOrder::reserve(unsigned capacity) {
-    if (capacity > MAX_ENTRIES) capacity = MAX_ENTRIES;
-    if (capacity <= m_Capacity) return false;
-    unsigned char* grown = static_cast<unsigned char*>(bodyPool().allocateSized(capacity));
-    std::memcpy(grown, data(), m_Size);
-    if (m_pOverflow) bodyPool().deallocateSized(m_pOverflow, m_Capacity);
-    m_pOverflow = grown;
-    m_Capacity = capacity;
-    return true;
-}
-
-bool KtSipHeaderOrder::append(HeaderID id) {
-    if (m_Size == m_Capacity && !reserve(m_Capacity * 2)) return false;
-    data()[m_Size++] = static_cast<unsigned char>(id);
-    return true;
-}
-
-void KtSipHeaderOrder::removeAll(HeaderID id) noexcept {
-    unsigned char* entries = data();
-    unsigned kept = 0;
-    for (unsigned i = 0; i < m_Size; ++i)
-        if (entries[i] != static_cast<unsigned char>(id)) entries[kept++] = entries[i];
-    m_Size = kept;
-}
-
-bool KtSipHeaderOrder::contains(HeaderID id) const noexcept {
-    return std::memchr(data(), static_cast<unsigned char>(id), m_Size) != nullptr;
-}
-
-void KtSipHeaderOrder::assign(const KtSipHeaderOrder& other) {
-    if (this == &other) return;
-    if (other.m_Size > m_Capacity) reserve(other.m_Size);
-    const unsigned count = other.m_Size < m_Capacity ? other.m_Size : m_Capacity;
-    std::memcpy(data(), other.data(), count);
-    m_Size = count;
-}
-
-std::vector<HeaderID> KtSipHeaderOrder::toVector() const {
-    std::vector<HeaderID> ids;
-    ids.reserve(m_Size);
-    for (unsigned i = 0; i < m_Size; ++i) ids.push_back((*this)[i]);
-    return ids;
-}
-
 // ---- method registry ---------------------------------------------------------------------
 
 namespace {
@@ -159,8 +109,9 @@ struct TokenLess {
 // The registry: the ordered map (the reference structure) and, filled at the same time, a
 // probe table through which parsing looks first tokens up (a few loads and one comparison
 // instead of a walk with a strcmp per level). Names point into the map's keys, which never
-// move. Registrations beyond the table's capacity stay in the map only, and lookups then go
-// to the map.
+// move. Registrations beyond the table's capacity stay in the map only, and lookups that the
+// table cannot answer then go to the map (the header registry's rule too: no registration is
+// ever dropped).
 struct KtSipMessage::ConstructorMap : std::map<KtString, KtSipMessage::Creator, TokenLess> {
     KtProbeTable<Creator> table{64};
     bool complete = true;  // every registered name is in the table
@@ -172,11 +123,12 @@ struct KtSipMessage::ConstructorMap : std::map<KtString, KtSipMessage::Creator, 
     // The creator registered for `token` (NUL-terminated), or null.
     Creator lookup(const char* token) const {
         const unsigned length = static_cast<unsigned>(std::strlen(token));
-        if (!complete || length == 0) {
-            const_iterator it = find(token);
-            return it == end() ? nullptr : it->second;
+        if (length != 0) {
+            const Creator create = table.find(token, length);
+            if (create != nullptr || complete) return create;
         }
-        return table.find(token, length);
+        const_iterator it = find(token);
+        return it == end() ? nullptr : it->second;
     }
 };
 

@@ -11,55 +11,15 @@
 #include "KtMutex.h"
 #include "KtOutputStream.h"
 #include "KtSipHeader.h"
+#include "KtSipHeaderOrder.h"
 #include "KtSipParseError.h"
+#include "KtSipParseKeepAliveException.h"
 #include "KtSocketImpl.h"
 #include "KtString.h"
 #include "TorvaneLogger.h"
 #include "TorvaneMemAllocator.h"
 
 class KtSipRequest;
-
-/// The order in which header kinds first entered a message. Each kind normally appears
-/// once, so the first 64 entries live inside the object; only repeated entries (which
-/// addHeaderByID makes when it is called for a kind already present) go to a pooled
-/// overflow array, which is bounded (see KtSipMessage.cpp).
-class KtSipHeaderOrder {
-public:
-    KtSipHeaderOrder() noexcept : m_Size(0), m_Capacity(INLINE_CAPACITY), m_pOverflow(nullptr) {}
-    ~KtSipHeaderOrder();
-    KtSipHeaderOrder(const KtSipHeaderOrder&) = delete;
-    KtSipHeaderOrder& operator=(const KtSipHeaderOrder&) = delete;
-
-    /// Number of entries.
-    unsigned size() const noexcept { return m_Size; }
-    /// Entry `i` (below size()).
-    HeaderID operator[](unsigned i) const noexcept { return static_cast<HeaderID>(data()[i]); }
-    /// Appends `id`; returns false when the bounded list is full (the entry is dropped).
-    bool append(HeaderID id);
-    /// Removes every entry equal to `id`.
-    void removeAll(HeaderID id) noexcept;
-    /// True when `id` is in the list.
-    bool contains(HeaderID id) const noexcept;
-    /// Replaces the entries by those of `other`.
-    void assign(const KtSipHeaderOrder& other);
-    /// The entries as a vector.
-    std::vector<HeaderID> toVector() const;
-
-    /// Entries kept inside the object.
-    static const unsigned INLINE_CAPACITY = 64;
-    /// Upper bound of the list; distinct kinds are at most 60, the rest are repeats.
-    static const unsigned MAX_ENTRIES = 1024;
-
-private:
-    const unsigned char* data() const noexcept { return m_pOverflow ? m_pOverflow : m_Inline; }
-    unsigned char* data() noexcept { return m_pOverflow ? m_pOverflow : m_Inline; }
-    bool reserve(unsigned capacity);
-
-    unsigned m_Size;
-    unsigned m_Capacity;
-    unsigned char* m_pOverflow;
-    unsigned char m_Inline[INLINE_CAPACITY];
-};
 
 /// The common part of SIP requests and responses: version, headers, body, the addresses
 /// and transport of the connection, and the status that records why a message is unfit.
@@ -128,7 +88,8 @@ public:
     /// rules; otherwise returns the message, which may be invalid (isValid() false).
     static KtHandle<KtSipMessage> sConstructFrom(KtInputStream& in);
     /// Registers `create` for the first token `method` (exact match). The first
-    /// registration of a name wins.
+    /// registration of a name wins. There is no limit: the first 64 names are looked up
+    /// through a probe table, any further ones through the registry's map.
     static void sAddConstructor(const char* method, Creator create);
     /// True when a class is registered for the first token `method`.
     static bool sIsRegistered(const char* method);

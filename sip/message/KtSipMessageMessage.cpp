@@ -4,9 +4,3 @@
 TORVANE_FILE_LOGGER("calvoran.kt.KtSipMessageMessage")
 
 KT_SIP_METHOD_REGISTER(KtSipMessageMessage, "MESSAGE")
-
-KtSipMessageMessage::KtSipMessageMessage() {}
-
-KtSipMessageMessage::KtSipMessageMessage(const KtSipMessageMessage& other) : KtSipMethodMessage<KtSipMessageMessage>(other) {}
-
-KtSipMessageMessage::~KtSipMessageMessage() {}

@@ -45,6 +45,17 @@ protected:
     KtSipMethodMessage(const KtSipMethodMessage& other) = default;
 };
 
+/// The members every method class declares the same way: the static method name, the empty
+/// request (the form the message factory creates), the request-building constructors of
+/// KtSipRequest with the class's method, and the deep copy (see KtSipRequest).
+#define KT_SIP_METHOD_MESSAGE_MEMBERS(CLASS)                                \
+public:                                                                     \
+    static const KtString sMethodName;                                      \
+    /** An empty request (the form the message factory creates). */         \
+    CLASS() = default;                                                      \
+    using KtSipMethodMessage<CLASS>::KtSipMethodMessage;                    \
+    CLASS(const CLASS& other) = default;
+
 /// Defines CLASS::sMethodName as NAME (an immortal constant: the requests of the class share
 /// it without counting references) and registers the class with the message factory.
 #define KT_SIP_METHOD_REGISTER(CLASS, NAME)                                                          \

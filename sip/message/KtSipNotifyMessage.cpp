@@ -4,9 +4,3 @@
 TORVANE_FILE_LOGGER("calvoran.kt.KtSipNotifyMessage")
 
 KT_SIP_METHOD_REGISTER(KtSipNotifyMessage, "NOTIFY")
-
-KtSipNotifyMessage::KtSipNotifyMessage() {}
-
-KtSipNotifyMessage::KtSipNotifyMessage(const KtSipNotifyMessage& other) : KtSipMethodMessage<KtSipNotifyMessage>(other) {}
-
-KtSipNotifyMessage::~KtSipNotifyMessage() {}

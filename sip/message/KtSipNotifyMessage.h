@@ -6,17 +6,7 @@
 
 /// A NOTIFY request.
 class KtSipNotifyMessage : public KtSipMethodMessage<KtSipNotifyMessage> {
-public:
-    /// "NOTIFY".
-    static const KtString sMethodName;
-
-    /// An empty NOTIFY request (the form the message factory creates).
-    KtSipNotifyMessage();
-    /// The request-building forms of KtSipRequest (From, To, Contact, Call-ID, CSeq, body).
-    using KtSipMethodMessage<KtSipNotifyMessage>::KtSipMethodMessage;
-    /// A deep copy (see KtSipRequest).
-    KtSipNotifyMessage(const KtSipNotifyMessage& other);
-    ~KtSipNotifyMessage() override;
+    KT_SIP_METHOD_MESSAGE_MEMBERS(KtSipNotifyMessage)
 };
 
 #endif

@@ -4,9 +4,3 @@
 TORVANE_FILE_LOGGER("calvoran.kt.KtSipOptionsMessage")
 
 KT_SIP_METHOD_REGISTER(KtSipOptionsMessage, "OPTIONS")
-
-KtSipOptionsMessage::KtSipOptionsMessage() {}
-
-KtSipOptionsMessage::KtSipOptionsMessage(const KtSipOptionsMessage& other) : KtSipMethodMessage<KtSipOptionsMessage>(other) {}
-
-KtSipOptionsMessage::~KtSipOptionsMessage() {}

@@ -4,9 +4,3 @@
 TORVANE_FILE_LOGGER("calvoran.kt.KtSipRegisterMessage")
 
 KT_SIP_METHOD_REGISTER(KtSipRegisterMessage, "REGISTER")
-
-KtSipRegisterMessage::KtSipRegisterMessage() {}
-
-KtSipRegisterMessage::KtSipRegisterMessage(const KtSipRegisterMessage& other) : KtSipMethodMessage<KtSipRegisterMessage>(other) {}
-
-KtSipRegisterMessage::~KtSipRegisterMessage() {}

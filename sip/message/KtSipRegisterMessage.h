@@ -6,17 +6,7 @@
 
 /// A REGISTER request.
 class KtSipRegisterMessage : public KtSipMethodMessage<KtSipRegisterMessage> {
-public:
-    /// "REGISTER".
-    static const KtString sMethodName;
-
-    /// An empty REGISTER request (the form the message factory creates).
-    KtSipRegisterMessage();
-    /// The request-building forms of KtSipRequest (From, To, Contact, Call-ID, CSeq, body).
-    using KtSipMethodMessage<KtSipRegisterMessage>::KtSipMethodMessage;
-    /// A deep copy (see KtSipRequest).
-    KtSipRegisterMessage(const KtSipRegisterMessage& other);
-    ~KtSipRegisterMessage() override;
+    KT_SIP_METHOD_MESSAGE_MEMBERS(KtSipRegisterMessage)
 };
 
 #endif

@@ -4,9 +4,3 @@
 TORVANE_FILE_LOGGER("calvoran.kt.KtSipSubscribeMessage")
 
 KT_SIP_METHOD_REGISTER(KtSipSubscribeMessage, "SUBSCRIBE")
-
-KtSipSubscribeMessage::KtSipSubscribeMessage() {}
-
-KtSipSubscribeMessage::KtSipSubscribeMessage(const KtSipSubscribeMessage& other) : KtSipMethodMessage<KtSipSubscribeMessage>(other) {}
-
-KtSipSubscribeMessage::~KtSipSubscribeMessage() {}

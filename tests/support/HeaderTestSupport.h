@@ -14,10 +14,8 @@
 #include "KtSipHeader.h"
 #include "TestSupport.h"
 
-namespace ktsiptest {
+namespace kttest {
 
-using kttest::thrown;
-using kttest::written;
 
 /// Reads `text` (a whole header line, line end included) with the header registry.
 inline KtHandle<KtSipHeader> parseHeaderText(const std::string& text) {
@@ -68,6 +66,6 @@ inline void checkRefused(const std::vector<std::pair<std::string, std::string>>&
     for (const auto& row : rows) EXPECT_EQ(row.second, thrown([&] { parseHeaderLine(row.first); })) << row.first;
 }
 
-}  // namespace ktsiptest
+}  // namespace kttest
 
 #endif

@@ -14,7 +14,7 @@
 
 namespace {
 
-using namespace ktsiptest;
+using namespace kttest;
 
 typedef std::vector<std::pair<std::string, std::string>> Pairs;
 

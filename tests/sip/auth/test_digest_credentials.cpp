@@ -18,7 +18,7 @@
 
 namespace {
 
-using namespace ktsiptest;
+using namespace kttest;
 
 const char* const RFC_CHALLENGE =
     "realm=\"testrealm@host.com\",qop=\"auth,auth-int\",nonce=\"dcd98b7102dd2f0e8b11d0f600bfb0c093\","

@@ -17,7 +17,7 @@
 
 namespace {
 
-using namespace ktsiptest;
+using namespace kttest;
 
 TEST(AddressHeaders, LinesParseAndWriteBack) {
     const std::type_info* contact = &typeid(KtSipContactHeader);

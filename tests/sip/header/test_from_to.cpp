@@ -13,7 +13,7 @@
 
 namespace {
 
-using namespace ktsiptest;
+using namespace kttest;
 
 const std::type_info* const kFrom = &typeid(KtSipFromHeader);
 const std::type_info* const kTo = &typeid(KtSipToHeader);

@@ -12,7 +12,7 @@
 
 namespace {
 
-using namespace ktsiptest;
+using namespace kttest;
 
 std::string className(const KtSipHeader& h) {
     int status = 0;

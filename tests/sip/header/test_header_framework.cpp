@@ -3,6 +3,7 @@
 // (fuzz/fuzz_message) that broke the header framework.
 #include <gtest/gtest.h>
 
+#include <deque>
 #include <string>
 
 #include "HeaderTestSupport.h"
@@ -71,6 +72,24 @@ TEST(HeaderRegistry, LooksNamesUpWithoutCaseAndKeepsTheFirstRegistration) {
         EXPECT_EQ(u->getHeaderID(), HeaderUnknown);
         EXPECT_STREQ(u->getName().c_str(), name);
         EXPECT_STREQ(u->getValue().c_str(), "");
+    }
+}
+
+TEST(HeaderRegistry, NamesPastTheLookupTableAreKept) {
+    // Registered one by one, each checked at once: the first ones go into the registry's
+    // lookup table (128 names), the later ones (past its capacity) into its map only.
+    static std::deque<std::string> names;  // registered names must outlive the registry
+    for (int i = 0; i < 100; ++i) {
+        names.push_back("X-Kt-Spill-" + std::to_string(i));
+        const char* name = names.back().c_str();
+        SCOPED_TRACE(name);
+        EXPECT_FALSE(KtSipHeader::sIsRegistered(name));
+        KtSipHeader::sAddConstructor(name, &KtSipHeaderConstructor<XTestHeader>::Constructor);
+        for (const std::string& spelling : {names.back(), std::string("x-kt-spill-") + std::to_string(i),
+                                            std::string("X-Kt-Spill-0"), std::string("Via")})
+            EXPECT_TRUE(KtSipHeader::sIsRegistered(spelling.c_str())) << spelling;
+        EXPECT_NE(dynamic_cast<XTestHeader*>(parseLine(names.back() + ": v\r\n").get()), nullptr);
+        EXPECT_FALSE(KtSipHeader::sIsRegistered("X-Kt-Spill-"));
     }
 }
 
@@ -187,7 +206,7 @@ TEST(HeaderLine, NameIsPeekedAsItStands) {
         ASSERT_FALSE(header.isNil());
         EXPECT_EQ(row.id, header->getHeaderID());
         EXPECT_EQ(row.written, written(*header));
-        EXPECT_STREQ("Next", ktsiptest::parseHeaderText(kttest::rest(in))->getToken().c_str())
+        EXPECT_STREQ("Next", kttest::parseHeaderText(kttest::rest(in))->getToken().c_str())
             << "the line is consumed and the next one read";
     }
 }

@@ -19,7 +19,7 @@
 
 namespace {
 
-using namespace ktsiptest;
+using namespace kttest;
 
 TEST(MediaHeaders, LinesParseAndWriteBack) {
     const std::type_info* contentType = &typeid(KtSipContentTypeHeader);

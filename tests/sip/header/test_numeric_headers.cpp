@@ -21,7 +21,7 @@
 
 namespace {
 
-using namespace ktsiptest;
+using namespace kttest;
 
 const std::string kDate = "Sat, 13 Nov 2010 23:29:00 GMT";
 

@@ -23,7 +23,7 @@
 
 namespace {
 
-using namespace ktsiptest;
+using namespace kttest;
 
 // A line (without its line end); getValueString() of each header of the chain, and the chain
 // written (null: the line itself). The typical value of each header is in the catalogue test.

@@ -10,7 +10,7 @@
 
 namespace {
 
-using namespace ktsiptest;
+using namespace kttest;
 
 // A line (without its line end); transport, host, port, whether it was given, branch, comment, and the
 // line written (null: the line itself).

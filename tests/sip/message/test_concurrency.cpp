@@ -15,7 +15,7 @@
 #include "HeaderTestSupport.h"
 #include "KtSipContactHeader.h"
 #include "KtSipViaHeader.h"
-#include "MessageTestUtil.h"
+#include "MessageTestSupport.h"
 
 namespace {
 
@@ -24,7 +24,7 @@ namespace {
 const std::chrono::milliseconds kDeadline(1500);
 const int kRounds = 400;
 
-using namespace msgtest;
+using namespace kttest;
 
 /// Messages of several classes and shapes (chains, folding, bodies, an invalid one).
 std::vector<std::string> sampleMessages() {
@@ -108,7 +108,7 @@ TEST(Concurrency, SharedMessageUnderItsMutex) {
         switch (thread) {
             case 0:  // adds Allow-Events headers, which nothing else carries
             case 1:
-                shared->addHeader(ktsiptest::parseHeaderLine("Allow-Events: ev" + std::to_string(thread) + "-" +
+                shared->addHeader(kttest::parseHeaderLine("Allow-Events: ev" + std::to_string(thread) + "-" +
                                                              std::to_string(round)),
                                   (round & 1) != 0);
                 ++added;

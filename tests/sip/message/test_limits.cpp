@@ -25,12 +25,12 @@
 #include "KtSipNameAddress.h"
 #include "KtSipRequest.h"
 #include "KtURI.h"
-#include "MessageTestUtil.h"
+#include "MessageTestSupport.h"
 #include "TorvaneMemAllocator.h"
 
 namespace {
 
-using namespace msgtest;
+using namespace kttest;
 
 /// The mandatory headers of a valid INVITE (each line ends in CR LF).
 const std::string kHeaders = crlf(

@@ -22,7 +22,7 @@
 #include <typeinfo>
 #include <vector>
 
-#include "MessageTestUtil.h"
+#include "MessageTestSupport.h"
 #include "TorvaneMemAllocator.h"
 
 namespace {
@@ -73,7 +73,7 @@ std::string escaped(const std::string& text) {
 }
 
 /// The error-stream lines of `errors`, each after " | ".
-std::string joined(const msgtest::ErrorCapture& errors) {
+std::string joined(const kttest::ErrorCapture& errors) {
     std::string out;
     for (const std::string& line : errors.lines) out += " | " + line;
     return out;
@@ -81,7 +81,7 @@ std::string joined(const msgtest::ErrorCapture& errors) {
 
 /// An empty message of the class that sConstructFrom picks for the first token `token`.
 KtSipMessage* messageFor(const std::string& token) {
-    for (const msgtest::MessageClass& c : msgtest::kMessageClasses)
+    for (const kttest::MessageClass& c : kttest::kMessageClasses)
         if (token == c.token) return c.create();
     return new KtSipUnknownRequest();
 }
@@ -129,10 +129,10 @@ struct Result { std::string outcome; bool parsed = false; std::string roundTripP
 
 Result run(const std::string& bytes) {
     Result result;
-    msgtest::ErrorCapture errors;
+    kttest::ErrorCapture errors;
     KtHandle<KtSipMessage> message;
     try {
-        message = msgtest::parse(bytes);
+        message = kttest::parse(bytes);
     } catch (const KtException& e) {
         result.outcome = className(e) + ": " + e.getMessage() + joined(errors);
         return result;
@@ -140,13 +140,13 @@ Result run(const std::string& bytes) {
     result.parsed = true;
     result.outcome = (message->isValid() ? std::string("valid") : "status " + std::to_string(message->getStatus())) +
                      " (" + messageClass(*message) + ")" + joined(errors);
-    const std::string first = msgtest::wire(*message);
+    const std::string first = kttest::wire(*message);
     std::string error;
     KtHandle<KtSipMessage> again = parseKeepingRefused(first, error);
     if (again.isNil()) {
         result.roundTripProblem = "output cannot be read again (" + error + "):\n" + first;
-    } else if (msgtest::wire(*again) != first) {
-        result.roundTripProblem = "output changes:\n" + first + "\n--- becomes ---\n" + msgtest::wire(*again);
+    } else if (kttest::wire(*again) != first) {
+        result.roundTripProblem = "output changes:\n" + first + "\n--- becomes ---\n" + kttest::wire(*again);
     } else if (message->isValid() && !again->isValid()) {
         result.roundTripProblem = "output of a valid message is refused (status " +
                                   std::to_string(again->getStatus()) + ", " + error + "):\n" + first;

@@ -7,9 +7,9 @@
 #include <typeinfo>
 
 #include "KtSipResponseCode.h"
-#include "MessageTestUtil.h"
+#include "MessageTestSupport.h"
 
-using namespace msgtest;
+using namespace kttest;
 
 namespace {
 

@@ -6,9 +6,9 @@
 #include "KtSipFromHeader.h"
 #include "KtSipToHeader.h"
 #include "KtSipViaHeader.h"
-#include "MessageTestUtil.h"
+#include "MessageTestSupport.h"
 
-using namespace msgtest;
+using namespace kttest;
 
 namespace {
 

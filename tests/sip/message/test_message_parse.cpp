@@ -7,9 +7,9 @@
 
 #include "KtSipSubjectHeader.h"
 #include "KtSipUnknownHeader.h"
-#include "MessageTestUtil.h"
+#include "MessageTestSupport.h"
 
-using namespace msgtest;
+using namespace kttest;
 
 namespace {
 

@@ -1,6 +1,6 @@
 // Helpers of the message tests: wire text, parsing, capture of the error stream.
-#ifndef KTSIP_TESTS_MESSAGE_TEST_UTIL_H
-#define KTSIP_TESTS_MESSAGE_TEST_UTIL_H
+#ifndef KTSIP_TESTS_MESSAGE_TEST_SUPPORT_H
+#define KTSIP_TESTS_MESSAGE_TEST_SUPPORT_H
 
 #include <string>
 #include <typeinfo>
@@ -24,11 +24,7 @@
 #include "KtSipUnknownRequest.h"
 #include "TestSupport.h"
 
-namespace msgtest {
-
-using kttest::ErrorCapture;
-using kttest::QuietErrors;
-using kttest::thrown;
+namespace kttest {
 
 /// `text` with every LF turned into CR LF.
 inline std::string crlf(const std::string& text) {
@@ -89,6 +85,6 @@ inline std::string inviteHeaders() {
            "To: <sip:bob@b.example>\nCall-ID: c1\nCSeq: 4 INVITE\n";
 }
 
-}  // namespace msgtest
+}  // namespace kttest
 
 #endif

@@ -8,9 +8,9 @@
 #include "KtSipToHeader.h"
 #include "KtSipUnknownHeader.h"
 #include "KtSipViaHeader.h"
-#include "MessageTestUtil.h"
+#include "MessageTestSupport.h"
 
-using namespace msgtest;
+using namespace kttest;
 
 namespace {
 

@@ -13,9 +13,9 @@
 #include "KtSipCallIdHeader.h"
 #include "KtSipCallid.h"
 #include "KtSipTag.h"
-#include "MessageTestUtil.h"
+#include "MessageTestSupport.h"
 
-using namespace msgtest;
+using namespace kttest;
 
 namespace {
 

@@ -1,3 +1,0 @@
-// Subcommands whose library parts are still being built.
-#include "Commands.h"
-
