@@ -1,6 +1,8 @@
-# Installation: both libraries (versioned, with SONAME), every public header flat
-# under include/ktsip, the exported CMake package KtSip (targets KtSip::ktutil and
-# KtSip::ktsip), and the pkg-config files ktutil.pc and ktsip.pc.
+# Installation: both libraries (versioned, with SONAME), the public headers flat under
+# include/ktsip (users write #include <ktsip/KtSipMessage.h> with -I<prefix>/include; the
+# implementation helpers listed in base/ and sip/CMakeLists.txt stay out), the exported
+# CMake package KtSip (targets KtSip::ktutil and KtSip::ktsip), and the pkg-config files
+# ktutil.pc and ktsip.pc.
 include(CMakePackageConfigHelpers)
 
 set(KTSIP_CMAKE_INSTALL_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/KtSip)

@@ -12,14 +12,14 @@
 #   FUZZ_SECONDS       run time of each target (default 60)
 #   FUZZ_TARGETS       targets to run (default: all seven)
 #   BUILD_DIR          build directory (default: build-ci-fuzz in the source tree)
-#   KTSIP_CORPUS_DIR   corpus folder with index.json (default: ../shared/corpus)
+#   KTSIP_CORPUS_DIR   corpus folder with index.json (default: tests/corpus)
 #   JOBS               parallel build jobs (default 2)
 #   KTSIP_SKIP_DEPS=1  do not run scripts/install-deps.sh first
 set -euo pipefail
 
 ROOT=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 BUILD_DIR=${BUILD_DIR:-$ROOT/build-ci-fuzz}
-CORPUS=${KTSIP_CORPUS_DIR:-$ROOT/../shared/corpus}
+CORPUS=${KTSIP_CORPUS_DIR:-$ROOT/tests/corpus}
 SECONDS_EACH=${FUZZ_SECONDS:-60}
 TARGETS=(${FUZZ_TARGETS:-message header uri name_address challenge credentials capture})
 JOBS=${JOBS:-2}
@@ -45,11 +45,11 @@ for target in "${TARGETS[@]}"; do
     cp "$ROOT/fuzz/seeds/$target/"* "$WORK/$target/"
   fi
 done
-if [[ -f $CORPUS/index.json ]]; then
-  python3 "$ROOT/fuzz/make_seeds.py" --corpus "$CORPUS" "$WORK"
-else
-  echo "ci-fuzz: no corpus at $CORPUS; running with the committed seeds only"
+if [[ ! -f $CORPUS/index.json ]]; then
+  echo "ci-fuzz: no corpus index at $CORPUS/index.json" >&2
+  exit 1
 fi
+python3 "$ROOT/fuzz/make_seeds.py" --corpus "$CORPUS" "$WORK"
 
 hexdump_file() {
   python3 - "$1" <<'PY'

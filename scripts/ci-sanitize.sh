@@ -9,14 +9,14 @@
 #
 # Environment:
 #   BUILD_DIR          build directory (default: build-ci-asan in the source tree)
-#   KTSIP_CORPUS_DIR   corpus folder with index.json (default: ../shared/corpus)
+#   KTSIP_CORPUS_DIR   corpus folder with index.json (default: tests/corpus)
 #   JOBS               parallel build and test jobs (default 2)
 #   KTSIP_SKIP_DEPS=1  do not run scripts/install-deps.sh first
 set -euo pipefail
 
 ROOT=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 BUILD_DIR=${BUILD_DIR:-$ROOT/build-ci-asan}
-CORPUS=${KTSIP_CORPUS_DIR:-$ROOT/../shared/corpus}
+CORPUS=${KTSIP_CORPUS_DIR:-$ROOT/tests/corpus}
 JOBS=${JOBS:-2}
 
 if [[ ${KTSIP_SKIP_DEPS:-0} != 1 ]]; then

@@ -22,10 +22,11 @@ PORT=${KTSIP_DEMO_PORT:-15060}
 if [[ -n "${KTSIP_TOOL:-}" && -x "${KTSIP_TOOL}" ]]; then
   TOOL=$KTSIP_TOOL  # already built by the caller (scripts/demo.sh)
 else
-  bash scripts/install-deps.sh
-  echo "==> building the ktsip tool (in $BUILD_DIR)"
-  cmake -S "$ROOT" -B "$BUILD_DIR" -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
-  cmake --build "$BUILD_DIR" --target ktsip_tool -j "$JOBS"
+  source scripts/stages.sh
+  stages_init "${KTSIP_LOG_DIR:-$BUILD_DIR/logs}"
+  run_stage deps bash scripts/install-deps.sh
+  run_stage configure cmake -S "$ROOT" -B "$BUILD_DIR" -DCMAKE_BUILD_TYPE=RelWithDebInfo
+  run_stage build-tool cmake --build "$BUILD_DIR" --target ktsip_tool -j "$JOBS"
   TOOL="$BUILD_DIR/tools/ktsip/ktsip"
 fi
 

@@ -6,7 +6,10 @@
 #
 #   bash scripts/demo.sh
 #
-# Environment: KTSIP_BUILD_DIR (default: build), KTSIP_JOBS (default: 2).
+# Installing and building print one line each (their output goes to BUILD_DIR/logs, see
+# scripts/stages.sh); the demo itself prints what the tool shows.
+#
+# Environment: KTSIP_BUILD_DIR (default: build), KTSIP_JOBS (default: 2), KTSIP_LOG_DIR.
 set -euo pipefail
 
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
@@ -14,15 +17,18 @@ ROOT=$(pwd)
 BUILD_DIR=${KTSIP_BUILD_DIR:-$ROOT/build}
 JOBS=${KTSIP_JOBS:-2}
 
-bash scripts/install-deps.sh
-
-echo "==> building (in $BUILD_DIR)"
-cmake -S "$ROOT" -B "$BUILD_DIR" -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
+source scripts/stages.sh
+if [[ ! -f $BUILD_DIR/CMakeCache.txt ]]; then
+  echo "demo: first run; installing the packages and building the tool takes 8 to 15 minutes on 2 cores"
+fi
+stages_init "${KTSIP_LOG_DIR:-$BUILD_DIR/logs}"
+run_stage deps bash scripts/install-deps.sh
+run_stage configure cmake -S "$ROOT" -B "$BUILD_DIR" -DCMAKE_BUILD_TYPE=RelWithDebInfo
 if compgen -G "tools/ktsip/*.cpp" >/dev/null; then
-  cmake --build "$BUILD_DIR" --target ktsip_tool -j "$JOBS"
+  run_stage build-tool cmake --build "$BUILD_DIR" --target ktsip_tool -j "$JOBS"
   TOOL="$BUILD_DIR/tools/ktsip/ktsip"
 else
-  cmake --build "$BUILD_DIR" --target ktsip -j "$JOBS"
+  run_stage build-libraries cmake --build "$BUILD_DIR" --target ktsip -j "$JOBS"
   TOOL=""
 fi
 

@@ -12,8 +12,8 @@ PACKAGES=(
   g++ g++-multilib cmake make pkg-config ccache file
   # libraries the base layer links against
   liblog4cplus-dev libace-dev libssl-dev uuid-dev
-  # tests, benchmarks, the tool's JSON output
-  libgtest-dev libgmock-dev libbenchmark-dev nlohmann-json3-dev python3
+  # tests, benchmarks, the tool's JSON output and option parsing
+  libgtest-dev libgmock-dev libbenchmark-dev nlohmann-json3-dev libcli11-dev python3
   # the event loop of `ktsip serve` (standalone asio, header-only)
   libasio-dev
   # packet captures: `ktsip scan` reads them with libpcap; its end-to-end test records one
@@ -44,6 +44,8 @@ installed() {
   dpkg-query -W -f='${Architecture} ${db:Status-Status}\n' "$1" 2>/dev/null | grep -qE "^($2|all) installed$"
 }
 
+# A package counts when it is installed for the architecture asked for (or for all): with a
+# foreign architecture added, dpkg-query prints one line per architecture.
 native=$(dpkg --print-architecture)
 missing=()
 for pkg in "${PACKAGES[@]}"; do

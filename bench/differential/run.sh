@@ -7,7 +7,7 @@
 #
 # Environment:
 #   WORK            scratch folder (default: build-differential in the source tree)
-#   KTSIP_CORPUS_DIR  torture corpus (default: ../shared/corpus)
+#   KTSIP_CORPUS_DIR  torture corpus (default: tests/corpus)
 #   EXCUSE          extra arguments of compare.py (default: --excuse-reader-fixes)
 #   KINDS           kinds to compare (default: all six)
 #   JOBS            parallel build jobs (default 2)
@@ -18,7 +18,7 @@ HERE=$ROOT/bench/differential
 OLD_REV=${1:?usage: run.sh OLD_REV [COUNT]}
 COUNT=${2:-100000}
 WORK=${WORK:-$ROOT/build-differential}
-CORPUS=${KTSIP_CORPUS_DIR:-$ROOT/../shared/corpus}
+CORPUS=${KTSIP_CORPUS_DIR:-$ROOT/tests/corpus}
 EXCUSE=${EXCUSE---excuse-reader-fixes}
 KINDS=(${KINDS:-message header uri nameaddr challenge credentials})
 JOBS=${JOBS:-2}

@@ -4,19 +4,22 @@
 //                              serializes for it;
 //   consumer                   parses an INVITE, prints its transaction key, and answers it
 //                              with a 200 carrying a To tag.
+//
+// Build it with CMake (CMakeLists.txt here) or with pkg-config:
+//   c++ -std=c++17 main.cpp -o consumer $(pkg-config --cflags --libs ktsip)
 #include <cstdio>
 #include <cstring>
 #include <string>
 
-#include "KtException.h"
-#include "KtInputStream.h"
-#include "KtOutputStream.h"
-#include "KtSipHeader.h"
-#include "KtSipMessage.h"
-#include "KtSipRequest.h"
-#include "KtSipResponse.h"
-#include "KtSipTag.h"
-#include "KtSipToHeader.h"
+#include <ktsip/KtException.h>
+#include <ktsip/KtInputStream.h>
+#include <ktsip/KtOutputStream.h>
+#include <ktsip/KtSipHeader.h>
+#include <ktsip/KtSipMessage.h>
+#include <ktsip/KtSipRequest.h>
+#include <ktsip/KtSipResponse.h>
+#include <ktsip/KtSipTag.h>
+#include <ktsip/KtSipToHeader.h>
 
 namespace {
 

@@ -5,6 +5,7 @@
 
 #include "KtSipTokenHeader.h"
 #include "KtStreamTokenizer.h"
+#include "KtStringTable.h"
 
 TORVANE_FILE_LOGGER("calvoran.kt.KtSipMediaTypeHeader")
 

@@ -2,6 +2,7 @@
 #include "KtSipTokenHeader.h"
 
 #include "KtStreamTokenizer.h"
+#include "KtStringTable.h"
 
 TORVANE_FILE_LOGGER("calvoran.kt.KtSipTokenHeader")
 

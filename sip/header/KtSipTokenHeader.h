@@ -6,7 +6,8 @@
 
 #include "KtParameters.h"
 #include "KtSipHeader.h"
-#include "KtStringTable.h"
+
+class KtStringTable;
 
 /// How one token header reads its value: the bytes at which the value ends, whether
 /// it is trimmed, the error for an empty value, and whether a ";" list of parameters

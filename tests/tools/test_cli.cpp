@@ -1,6 +1,7 @@
 // The ktsip tool as scripts use it: JSON fields, exit statuses, the log array.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <fstream>
 #include <nlohmann/json.hpp>
@@ -73,22 +74,49 @@ TEST(KtsipHeader, ChainsUnknownHeadersRawBytesAndFailures) {
     EXPECT_EQ(ktsipJson({"header", "--json", "X-Raw: caf\xe9"})["headers"][0]["value"], "caf\xc3\xa9");
 }
 
-TEST(KtsipTool, UsageErrorsExitTwoWithoutOutput) {
-    for (const auto& args : std::vector<std::vector<std::string>>{
-             {"nosuchcommand"}, {"header"}, {"header", "--bogus", "X: y"}, {"reason", "abc"},
-             {"parse", "/nonexistent/file"}, {"--log-level", "loud", "reason", "200"}}) {
-        Result r = ktsip(args);
-        EXPECT_EQ(r.status, 2) << args[0];
-        EXPECT_EQ(r.out, "") << args[0];
+TEST(KtsipTool, UsageErrorsExitTwoWithOneLineNamingTheCulprit) {
+    const std::string nineBytes = tempFile("123456789");
+    // arguments; a text the line on standard error must contain
+    struct Row { std::vector<std::string> args; std::string names; } rows[] = {
+        {{"nosuchcommand"}, "nosuchcommand"}, {{}, "COMMAND"}, {{"header"}, "LINE"},
+        {{"header", "--bogus", "X: y"}, "--bogus"}, {{"reason", "abc"}, "abc"}, {{"reason", "--", "-x"}, "-x"},
+        {{"parse", "/nonexistent/file"}, "/nonexistent/file"}, {{"parse", KTSIP_SOURCE_DIR}, KTSIP_SOURCE_DIR},
+        {{"derive", "cancel", KTSIP_SOURCE_DIR}, KTSIP_SOURCE_DIR},
+        {{"parse", "--max-bytes", "8", nineBytes}, "--max-bytes"},
+        {{"derive", "--max-bytes", "8", "cancel", nineBytes}, "--max-bytes"},
+        {{"parse", "--max-bytes", "x"}, "--max-bytes"}, {{"--log-level", "loud", "reason", "200"}, "--log-level"},
+        {{"reason", "--log-level"}, "--log-level"}, {{"serve", "--port", "70000"}, "--port"},
+        {{"serve", "--threads", "0"}, "--threads"}, {{"serve", "--user"}, "--user"},
+        {{"digest", "--user", "u", "--password", "p", "--method", "GET", "--uri", "/"}, "--challenge"},
+        {{"derive", "response", "2x", nineBytes}, "CODE"}};
+    for (const Row& r : rows) {
+        const std::string label = r.args.empty() ? "(none)" : r.args[0] + " " + r.args.back();
+        Result err = ktsip(r.args, " 2>&1 >/dev/null");
+        EXPECT_EQ(err.status, 2) << label;
+        EXPECT_NE(err.out.find(r.names), std::string::npos) << label << ": " << err.out;
+        EXPECT_EQ(std::count(err.out.begin(), err.out.end(), '\n'), 1) << label << ": " << err.out;
+        EXPECT_EQ(ktsip(r.args).out, "") << label;
     }
+}
+
+TEST(KtsipTool, HelpOfEachCommandExitsZero) {
+    for (const char* command : {"parse", "header", "uri", "address", "reason", "derive", "digest", "serve"}) {
+        Result r = ktsip({command, "--help"});
+        EXPECT_EQ(r.status, 0) << command;
+        EXPECT_NE(r.out.find(std::string("Usage: ktsip ") + command), std::string::npos) << r.out;
+    }
+    Result r = ktsip({"--help"});
+    EXPECT_EQ(r.status, 0);
+    EXPECT_NE(r.out.find("derive"), std::string::npos) << r.out;
 }
 
 TEST(KtsipReason, PhrasesAndFallbacks) {
     json j = ktsipJson({"reason", "--json", "180", "412", "-5", "699"});
     EXPECT_EQ(j["reasons"], json::parse(R"([{"code":180,"reason":"Ringing"},{"code":412,"reason":"Unknown 400 Class Response"},
         {"code":-5,"reason":"Unknown Response"},{"code":699,"reason":"Unknown 600 Class Response"}])"));
-    Result r = ktsip({"reason", "200", "604"});
-    EXPECT_EQ(r.out, "200 Ok\n604 Does not exist anywhere\n");
+    // A negative number is an operand, also in first place.
+    Result r = ktsip({"reason", "-5", "200", "604"});
+    EXPECT_EQ(r.out, "-5 Unknown Response\n200 Ok\n604 Does not exist anywhere\n");
 }
 
 TEST(KtsipUri, FieldsByClass) {
@@ -124,6 +152,11 @@ TEST(KtsipParse, RequestFieldsKeyAndText) {
     EXPECT_EQ(j["headers"].size(), 6u);
     EXPECT_EQ(j["headers"][0]["class"], "KtSipViaHeader");
     EXPECT_EQ(j["text"], invite);
+    // --max-bytes admits input of exactly its size; --log-level may follow the command.
+    const std::string size = std::to_string(invite.size());
+    EXPECT_EQ(ktsipJson({"parse", "--max-bytes", size, "--log-level", "off", "--json", tempFile(invite)})["text"],
+              invite);
+    EXPECT_EQ(ktsip({"parse", "--max-bytes", std::to_string(invite.size() - 1), tempFile(invite)}).status, 2);
 }
 
 TEST(KtsipParse, ResponsesCrlfConversionAndTheLogArray) {

@@ -2,9 +2,13 @@
 #include "CliSupport.h"
 
 #include <cxxabi.h>
-#include <fstream>
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
 #include <iostream>
-#include <iterator>
 #include <memory>
 #include <sstream>
 #include <unordered_map>
@@ -20,56 +24,53 @@
 
 namespace cli {
 
-Args::Args(const std::vector<std::string>& args, const std::vector<std::string>& flags,
-           const std::vector<std::string>& valued) {
-    auto listed = [](const std::vector<std::string>& v, const std::string& s) {
-        for (const auto& x : v)
-            if (x == s) return true;
-        return false;
-    };
-    std::size_t i = 0;
-    for (; i < args.size(); ++i) {
-        const std::string& a = args[i];
-        if (a == "--") {
-            ++i;
+long long decimal(const std::string& text, const std::string& what, long long low, long long high) {
+    const std::size_t digits = !text.empty() && (text[0] == '-' || text[0] == '+') ? 1 : 0;
+    bool ok = text.size() > digits && text.size() - digits <= 18;
+    for (std::size_t i = digits; ok && i < text.size(); ++i) ok = text[i] >= '0' && text[i] <= '9';
+    const long long value = ok ? std::stoll(text) : 0;
+    if (!ok || value < low || value > high)
+        throw UsageError(what + " takes a decimal number from " + std::to_string(low) + " to " +
+                         std::to_string(high) + ", not \"" + text + "\"");
+    return value;
+}
+
+void InputOptions::declare(CLI::App& command) {
+    command.add_flag("--crlf", crlf, "turn every bare LF into CR LF first (for hand-written files)");
+    command.add_option("--max-bytes", maxBytes,
+                       "read at most N bytes of input, up to " + std::to_string(kLargestMaxBytes) + " (default " +
+                           std::to_string(kDefaultMaxBytes) + ", 64 MiB); longer input is refused")
+        ->type_name("N");
+}
+
+std::string InputOptions::read() const {
+    const unsigned long long cap =
+        maxBytes.empty() ? kDefaultMaxBytes
+                         : static_cast<unsigned long long>(decimal(maxBytes, "--max-bytes", 1,
+                                                                   static_cast<long long>(kLargestMaxBytes)));
+    const bool standardInput = file.empty() || file == "-";
+    const std::string name = standardInput ? std::string("standard input") : file;
+    const int fd = standardInput ? 0 : ::open(file.c_str(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0) throw UsageError("cannot read " + name + ": " + std::strerror(errno));
+    // One byte past the cap tells input that is too long from input of exactly the cap.
+    std::string data;
+    char buffer[65536];
+    int error = 0;
+    while (data.size() <= cap) {
+        const std::size_t want =
+            static_cast<std::size_t>(std::min<unsigned long long>(sizeof(buffer), cap + 1 - data.size()));
+        const ssize_t n = ::read(fd, buffer, want);
+        if (n < 0 && errno == EINTR) continue;
+        if (n <= 0) {
+            error = n < 0 ? errno : 0;
             break;
         }
-        if (a.size() < 2 || a[0] != '-') break;
-        if (listed(flags, a)) {
-            m_Flags[a] = true;
-        } else if (listed(valued, a)) {
-            if (i + 1 >= args.size()) throw UsageError("option " + a + " needs a value");
-            m_Values.emplace(a, args[++i]);
-        } else {
-            throw UsageError("unknown option " + a);
-        }
+        data.append(buffer, static_cast<std::size_t>(n));
     }
-    for (; i < args.size(); ++i) m_Operands.push_back(args[i]);
-}
-
-std::string Args::value(const std::string& option, const std::string& fallback) const {
-    auto range = m_Values.equal_range(option);
-    std::string v = fallback;
-    for (auto it = range.first; it != range.second; ++it) v = it->second;
-    return v;
-}
-
-std::vector<std::string> Args::values(const std::string& option) const {
-    std::vector<std::string> out;
-    auto range = m_Values.equal_range(option);
-    for (auto it = range.first; it != range.second; ++it) out.push_back(it->second);
-    return out;
-}
-
-std::string readInput(const std::string& file, bool crlf) {
-    std::string data;
-    if (file.empty() || file == "-") {
-        data.assign(std::istreambuf_iterator<char>(std::cin), std::istreambuf_iterator<char>());
-    } else {
-        std::ifstream in(file, std::ios::binary);
-        if (!in) throw UsageError("cannot read " + file);
-        data.assign(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-    }
+    if (!standardInput) ::close(fd);
+    if (error != 0) throw UsageError("cannot read " + name + ": " + std::strerror(error));
+    if (data.size() > cap)
+        throw UsageError(name + " is longer than --max-bytes (" + std::to_string(cap) + " bytes)");
     if (!crlf) return data;
     std::string out;
     out.reserve(data.size() + data.size() / 16);

@@ -1,8 +1,9 @@
-// Shared pieces of the ktsip subcommands: option reading, input, JSON conversion of the
+// Shared pieces of the ktsip subcommands: numbers, input, JSON conversion of the
 // library's objects, the capture of the error stream and the reporting of failures.
 #ifndef KTSIP_TOOL_CLI_SUPPORT_H
 #define KTSIP_TOOL_CLI_SUPPORT_H
 
+#include <CLI/CLI.hpp>
 #include <functional>
 #include <map>
 #include <nlohmann/json.hpp>
@@ -25,30 +26,28 @@ struct UsageError : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-/// Options and operands of one subcommand. Options come before the operands; "--" ends them.
-class Args {
-public:
-    /// Splits `args`: `flags` are options without a value, `valued` options take the next word.
-    /// Options not listed are usage errors.
-    Args(const std::vector<std::string>& args, const std::vector<std::string>& flags,
-         const std::vector<std::string>& valued);
-    bool has(const std::string& flag) const { return m_Flags.count(flag) != 0; }
-    /// The value of an option (the last one given), or `fallback`.
-    std::string value(const std::string& option, const std::string& fallback = "") const;
-    /// Every value given for a repeatable option.
-    std::vector<std::string> values(const std::string& option) const;
-    bool hasValue(const std::string& option) const { return m_Values.count(option) != 0; }
-    const std::vector<std::string>& operands() const { return m_Operands; }
+/// The decimal number `text` (an optional sign and digits only) from `low` to `high`;
+/// anything else is a usage error that names `what` (an option or an operand).
+long long decimal(const std::string& text, const std::string& what, long long low, long long high);
 
-private:
-    std::map<std::string, bool> m_Flags;
-    std::multimap<std::string, std::string> m_Values;
-    std::vector<std::string> m_Operands;
+/// Input is read up to this many bytes unless --max-bytes says otherwise.
+constexpr unsigned long long kDefaultMaxBytes = 64ull << 20;
+/// The largest --max-bytes.
+constexpr unsigned long long kLargestMaxBytes = 1ull << 30;
+
+/// How the subcommands that read a message take their input: FILE ("-": standard input),
+/// --crlf and --max-bytes.
+struct InputOptions {
+    std::string file = "-";
+    bool crlf = false;
+    std::string maxBytes;
+
+    /// Declares --crlf and --max-bytes on `command` (FILE is the command's operand).
+    void declare(CLI::App& command);
+    /// The bytes of the input, exactly as they are; with --crlf every bare LF becomes
+    /// CR LF. Unreadable input and input longer than --max-bytes are usage errors.
+    std::string read() const;
 };
-
-/// Bytes of FILE ("-" or empty: standard input), exactly as they are; with `crlf` every bare
-/// LF becomes CR LF. An unreadable file is a usage error.
-std::string readInput(const std::string& file, bool crlf);
 
 /// Raw bytes as a JSON string: each byte becomes the code point of the same number.
 std::string latin1(const char* bytes, std::size_t length);

@@ -1,6 +1,5 @@
 // ktsip derive: a response, ACK, PRACK, CANCEL or BYE built from a parsed message.
-#include <cerrno>
-#include <cstdlib>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -16,69 +15,62 @@
 
 namespace {
 
-/// The words of `derive`: flags and valued options may stand anywhere before "--"
-/// (the usage line puts --body and --type after KIND and CODE); the rest are operands.
-struct DeriveArgs {
+/// The options and operands of `derive`. The options may also stand after KIND and CODE
+/// (the usage line puts --body and --type there).
+struct DeriveOptions {
     bool json = false;
-    bool crlf = false;
-    bool hasBody = false;
+    cli::InputOptions input;
     std::string body;
-    bool hasType = false;
+    CLI::Option* bodyOption = nullptr;
     std::string type;
+    CLI::Option* typeOption = nullptr;
     std::vector<std::string> operands;
 
-    explicit DeriveArgs(const std::vector<std::string>& args) {
-        bool optionsDone = false;
-        for (std::size_t i = 0; i < args.size(); ++i) {
-            const std::string& a = args[i];
-            if (optionsDone || a.size() < 2 || a[0] != '-') {
-                operands.push_back(a);
-            } else if (a == "--") {
-                optionsDone = true;
-            } else if (a == "--json") {
-                json = true;
-            } else if (a == "--crlf") {
-                crlf = true;
-            } else if (a == "--body" || a == "--type") {
-                if (i + 1 >= args.size()) throw cli::UsageError("option " + a + " needs a value");
-                (a == "--body" ? body : type) = args[++i];
-                (a == "--body" ? hasBody : hasType) = true;
-            } else {
-                throw cli::UsageError("unknown option " + a);
-            }
-        }
-    }
+    bool hasBody() const { return bodyOption->count() != 0; }
+    bool hasType() const { return typeOption->count() != 0; }
 };
 
-/// A response code operand: a decimal number that fits an int (range checks are the
-/// library's: 99 or 700 reach the constructor and fail there).
-int parseCode(const std::string& text) {
-    if (text.empty() || text.size() > 9) throw cli::UsageError("CODE must be a number: " + text);
-    for (char c : text)
-        if (c < '0' || c > '9') throw cli::UsageError("CODE must be a number: " + text);
-    return static_cast<int>(std::strtol(text.c_str(), nullptr, 10));
-}
+int runDerive(const DeriveOptions& a);
 
 }  // namespace
 
-int cmd::derive(const std::vector<std::string>& args) {
-    DeriveArgs a(args);
-    if (a.operands.empty()) throw cli::UsageError("derive needs a KIND (response, ack, prack, cancel, bye)");
-    const std::string kind = a.operands[0];
+cmd::Command cmd::addDerive(CLI::App& ktsip) {
+    auto o = std::make_shared<DeriveOptions>();
+    CLI::App* derive = ktsip.add_subcommand(
+        "derive", "build a response, ACK, PRACK, CANCEL or BYE from a parsed message");
+    addJsonFlag(*derive, o->json);
+    o->input.declare(*derive);
+    o->bodyOption = derive->add_option("--body", o->body, "the body of a response, ACK or PRACK")->type_name("TEXT");
+    o->typeOption = derive->add_option("--type", o->type, "the body's media type")->type_name("MEDIA");
+    derive->add_option("KIND [CODE] [FILE]", o->operands,
+                       "KIND: response (with a CODE), ack, prack, cancel or bye; FILE: the message "
+                       "(default or -: standard input)")
+        ->type_name("")
+        ->required();
+    return {derive, [o] { return runDerive(*o); }};
+}
+
+namespace {
+
+int runDerive(const DeriveOptions& a) {
+    const std::vector<std::string>& operands = a.operands;
+    const std::string kind = operands[0];
     std::size_t next = 1;
     int code = 0;
     if (kind == "response") {
-        if (a.operands.size() < 2) throw cli::UsageError("derive response needs a CODE");
-        code = parseCode(a.operands[1]);
+        if (operands.size() < 2) throw cli::UsageError("derive response needs a CODE");
+        // Range checks are the library's: 99 or 700 reach the constructor and fail there.
+        code = static_cast<int>(cli::decimal(operands[1], "CODE", 0, 999999999));
         next = 2;
     } else if (kind != "ack" && kind != "prack" && kind != "cancel" && kind != "bye") {
         throw cli::UsageError("unknown KIND " + kind + " (response, ack, prack, cancel, bye)");
     }
     const bool takesBody = kind == "response" || kind == "ack" || kind == "prack";
-    if (!takesBody && (a.hasBody || a.hasType)) throw cli::UsageError("derive " + kind + " takes no body");
-    if (a.operands.size() > next + 1) throw cli::UsageError("derive takes at most one FILE");
-    const std::string file = a.operands.size() > next ? a.operands[next] : "-";
-    const std::string data = cli::readInput(file, a.crlf);
+    if (!takesBody && (a.hasBody() || a.hasType())) throw cli::UsageError("derive " + kind + " takes no body");
+    if (operands.size() > next + 1) throw cli::UsageError("derive takes at most one FILE");
+    cli::InputOptions input = a.input;
+    if (operands.size() > next) input.file = operands[next];
+    const std::string data = input.read();
 
     return cli::run(
         a.json,
@@ -87,9 +79,9 @@ int cmd::derive(const std::vector<std::string>& args) {
             const KtHandle<KtSipMessage> source = KtSipMessage::sConstructFrom(in);
             // Without --body the body arguments are null and 0; --type alone is ignored
             // by the constructors, as a length of 0 is.
-            const void* body = a.hasBody ? a.body.data() : nullptr;
-            const char* type = a.hasType ? a.type.c_str() : nullptr;
-            const unsigned length = a.hasBody ? static_cast<unsigned>(a.body.size()) : 0;
+            const void* body = a.hasBody() ? a.body.data() : nullptr;
+            const char* type = a.hasType() ? a.type.c_str() : nullptr;
+            const unsigned length = a.hasBody() ? static_cast<unsigned>(a.body.size()) : 0;
             // A source of the wrong kind reaches the constructor as a nil handle, which it
             // refuses with its own exception ("Handle to request is NIL", ...).
             const KtHandle<KtSipRequest> request = source.dynamicCast<KtSipRequest>();
@@ -107,8 +99,10 @@ int cmd::derive(const std::vector<std::string>& args) {
                 built = new KtSipByeMessage(response);
             else
                 built = new KtSipByeMessage(source.dynamicCast<KtSipInviteMessage>());
-            out = messageJson(*built);
+            out = cmd::messageJson(*built);
             return 0;
         },
         &cmd::printMessage);
 }
+
+}  // namespace

@@ -1,6 +1,7 @@
 // ktsip digest: the Authorization value that answers a Digest challenge, or its verification.
-#include <cstdlib>
-#include <iostream>
+#include <map>
+#include <memory>
+#include <utility>
 
 #include "Commands.h"
 #include "KtHexEncoding.h"
@@ -11,41 +12,71 @@
 
 namespace {
 
-std::string required(const cli::Args& a, const char* option) {
-    if (!a.hasValue(option)) throw cli::UsageError(std::string("digest needs ") + option);
-    return a.value(option);
-}
+/// The options of `digest`; each value is kept with the option that gives it, so that
+/// "given" and "missing" can be told apart.
+struct DigestOptions {
+    bool json = false;
+    std::map<std::string, std::pair<CLI::Option*, std::string>> values;
+
+    bool has(const std::string& option) const { return values.at(option).first->count() != 0; }
+    const std::string& value(const std::string& option) const { return values.at(option).second; }
+    /// The value of an option the chosen form needs.
+    const std::string& required(const std::string& option) const {
+        if (!has(option)) throw cli::UsageError("digest needs " + option);
+        return value(option);
+    }
+};
+
+int runDigest(const DigestOptions& a);
 
 }  // namespace
 
-int cmd::digest(const std::vector<std::string>& args) {
-    cli::Args a(args, {"--json"},
-                {"--challenge", "--user", "--password", "--method", "--uri", "--qop", "--cnonce", "--nc", "--body",
-                 "--verify", "--realm"});
-    if (!a.operands().empty()) throw cli::UsageError("digest takes no operands");
-    const bool verify = a.hasValue("--verify");
-    const std::string user = required(a, "--user");
-    const std::string password = required(a, "--password");
-    const std::string method = required(a, "--method");
+cmd::Command cmd::addDigest(CLI::App& ktsip) {
+    auto o = std::make_shared<DigestOptions>();
+    CLI::App* digest = ktsip.add_subcommand(
+        "digest", "answer a Digest challenge (--challenge ... --uri), or verify credentials (--verify ... --realm)");
+    addJsonFlag(*digest, o->json);
+    const std::pair<const char*, const char*> options[] = {
+        {"--challenge", "the WWW-Authenticate or Proxy-Authenticate value to answer"},
+        {"--user", "the user name"},
+        {"--password", "the password"},
+        {"--method", "the request's method"},
+        {"--uri", "the request URI (answering)"},
+        {"--qop", "the quality of protection to answer with (needs --cnonce and --nc)"},
+        {"--cnonce", "the client nonce"},
+        {"--nc", "the nonce count, a decimal number"},
+        {"--body", "the entity body (for qop auth-int)"},
+        {"--verify", "the Authorization value to verify"},
+        {"--realm", "the realm to verify against"}};
+    for (const auto& option : options) {
+        auto& slot = o->values[option.first];
+        slot.first = digest->add_option(option.first, slot.second, option.second);
+    }
+    return {digest, [o] { return runDigest(*o); }};
+}
+
+namespace {
+
+int runDigest(const DigestOptions& a) {
+    const bool verify = a.has("--verify");
+    const std::string user = a.required("--user");
+    const std::string password = a.required("--password");
+    const std::string method = a.required("--method");
     std::string challengeText, uri, realm, verifyText;
     if (verify) {
         verifyText = a.value("--verify");
-        realm = required(a, "--realm");
+        realm = a.required("--realm");
     } else {
-        challengeText = required(a, "--challenge");
-        uri = required(a, "--uri");
+        challengeText = a.required("--challenge");
+        uri = a.required("--uri");
     }
     int nc = 0;
-    if (a.hasValue("--qop")) {
-        std::string n = required(a, "--nc");
-        char* end = nullptr;
-        long v = std::strtol(n.c_str(), &end, 10);
-        if (n.empty() || *end != '\0' || v < 0 || v > 2147483647L) throw cli::UsageError("--nc takes a number");
-        nc = static_cast<int>(v);
-        required(a, "--cnonce");
+    if (a.has("--qop")) {
+        nc = static_cast<int>(cli::decimal(a.required("--nc"), "--nc", 0, 2147483647LL));
+        a.required("--cnonce");
     }
     return cli::run(
-        a.has("--json"),
+        a.json,
         [&](cli::json& out, cli::ErrorCapture&) {
             if (verify) {
                 KtHandle<KtSipCredentialsInfo> credentials = KtSipCredentialsInfo::sConstructFromValue(verifyText.c_str());
@@ -63,8 +94,8 @@ int cmd::digest(const std::vector<std::string>& args) {
                 new KtSipDigestCredentialsInfo(digestChallenge, user.c_str(), password.c_str()));
             credentials->setMethod(method.c_str());
             credentials->setUri(uri.c_str());
-            if (a.hasValue("--qop")) credentials->setQop(a.value("--qop").c_str(), a.value("--cnonce").c_str(), nc);
-            if (a.hasValue("--body")) credentials->setEntityBody(a.value("--body").c_str());
+            if (a.has("--qop")) credentials->setQop(a.value("--qop").c_str(), a.value("--cnonce").c_str(), nc);
+            if (a.has("--body")) credentials->setEntityBody(a.value("--body").c_str());
             KtString response = KtHexEncoding::toHex(credentials->getRequestDigest());
             KtByteArrayOutputStream value;
             value << credentials->getType() << " ";
@@ -76,3 +107,5 @@ int cmd::digest(const std::vector<std::string>& args) {
         },
         [](const cli::json& out) { cli::printReadable(out, {"ok", "log"}); });
 }
+
+}  // namespace

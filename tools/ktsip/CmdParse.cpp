@@ -1,5 +1,6 @@
 // ktsip parse: one received message, end to end.
 #include <iostream>
+#include <memory>
 
 #include "Commands.h"
 #include "JsonWriter.h"
@@ -72,17 +73,26 @@ void cmd::printMessage(const cli::json& out) {
     std::cout << "\n" << out["text"].get<std::string>();
 }
 
-int cmd::parse(const std::vector<std::string>& args) {
-    cli::Args a(args, {"--json", "--crlf"}, {});
-    if (a.operands().size() > 1) throw cli::UsageError("parse takes at most one FILE");
-    std::string data = cli::readInput(a.operands().empty() ? "-" : a.operands()[0], a.has("--crlf"));
-    return cli::run(
-        a.has("--json"),
-        [&](cli::json& out, cli::ErrorCapture&) {
-            KtByteArrayInputStream in(data.data(), static_cast<unsigned>(data.size()));
-            KtHandle<KtSipMessage> m = KtSipMessage::sConstructFrom(in);
-            out = messageJson(*m);
-            return 0;
-        },
-        &cmd::printMessage);
+cmd::Command cmd::addParse(CLI::App& ktsip) {
+    struct Options {
+        bool json = false;
+        cli::InputOptions input;
+    };
+    auto o = std::make_shared<Options>();
+    CLI::App* parse = ktsip.add_subcommand("parse", "parse one message (the whole input, as one datagram)");
+    addJsonFlag(*parse, o->json);
+    o->input.declare(*parse);
+    parse->add_option("FILE", o->input.file, "the message (default or -: standard input)");
+    return {parse, [o] {
+                const std::string data = o->input.read();
+                return cli::run(
+                    o->json,
+                    [&](cli::json& out, cli::ErrorCapture&) {
+                        KtByteArrayInputStream in(data.data(), static_cast<unsigned>(data.size()));
+                        KtHandle<KtSipMessage> m = KtSipMessage::sConstructFrom(in);
+                        out = messageJson(*m);
+                        return 0;
+                    },
+                    &cmd::printMessage);
+            }};
 }

@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <iostream>
+#include <memory>
 #include <map>
 #include <stdexcept>
 
@@ -15,16 +16,6 @@
 
 namespace {
 
-const char* kUsage =
-    "usage: ktsip scan [--json] [--filter EXPR] [--port N]... [FILE]\n"
-    "Parses every SIP message of a pcap or pcapng capture (FILE, or standard input when it is '-'\n"
-    "or absent): UDP datagrams, TCP streams cut by Content-Length, IPv4 and IPv6, fragments\n"
-    "reassembled. Prints one line per message, or with --json one JSON object per message and\n"
-    "a summary object.\n"
-    "  --json         JSON Lines: frame, time, src, dst, transport and the fields of `parse --json`\n"
-    "  --filter EXPR  a libpcap filter expression (as for tcpdump), applied to every frame first\n"
-    "  --port N       only datagrams and segments from or to port N (repeatable)\n"
-    "exit status: 0 capture read to its end, 1 capture truncated or damaged, 2 usage error\n";
 
 // Counts by name, bounded: past MAX_KEYS distinct names the rest share "(other)".
 class Tally {
@@ -299,18 +290,21 @@ int runScan(const ScanOptions& o) {
 
 }  // namespace
 
-int cmd::scan(const std::vector<std::string>& args) {
-    cli::Args a(args, {"--json", "--help"}, {"--filter", "--port"});
-    if (a.has("--help")) {
-        std::cout << kUsage;
-        return 0;
-    }
-    if (a.operands().size() > 1) throw cli::UsageError("scan takes at most one FILE");
-    ScanOptions o;
-    o.json = a.has("--json");
-    o.hasFilter = a.hasValue("--filter");
-    o.filter = a.value("--filter");
-    o.ports = a.values("--port");
-    if (!a.operands().empty()) o.file = a.operands()[0];
-    return runScan(o);
+cmd::Command cmd::addScan(CLI::App& ktsip) {
+    auto o = std::make_shared<ScanOptions>();
+    CLI::App* scan = ktsip.add_subcommand(
+        "scan", "parse every SIP message of a pcap or pcapng capture: UDP datagrams, TCP streams cut by "
+                "Content-Length, IPv4 and IPv6, fragments reassembled");
+    scan->footer("exit status: 0 capture read to its end, 1 capture truncated or damaged, 2 usage error");
+    addJsonFlag(*scan, o->json);
+    CLI::Option* filter = scan->add_option("--filter", o->filter, "a libpcap filter expression applied first")
+                              ->type_name("EXPR");
+    scan->add_option("--port", o->ports, "look for SIP on this port only (repeatable)")
+        ->type_name("N")
+        ->allow_extra_args(false);
+    scan->add_option("FILE", o->file, "the capture (default or -: standard input)");
+    return {scan, [o, filter] {
+                o->hasFilter = filter->count() != 0;
+                return runScan(*o);
+            }};
 }

@@ -1,5 +1,6 @@
 // ktsip uri and ktsip address: URIs and name-addresses.
 #include <iostream>
+#include <memory>
 
 #include "Commands.h"
 #include "KtParameters.h"
@@ -24,62 +25,80 @@ std::string text(const KtString& s) { return cli::latin1(s.c_str(), s.length());
 
 }  // namespace
 
-int cmd::uri(const std::vector<std::string>& args) {
-    cli::Args a(args, {"--json", "--bracket"}, {});
-    if (a.operands().size() != 1) throw cli::UsageError("uri takes one TEXT");
-    const std::string input = a.operands()[0];
-    return cli::run(
-        a.has("--json"),
-        [&](cli::json& out, cli::ErrorCapture&) {
-            KtByteArrayInputStream in(input.data(), static_cast<unsigned>(input.size()));
-            KtHandle<KtURI> uri = KtURI::sConstructFrom(in, a.has("--bracket"));
-            if (uri.isNil()) KtException::sThrow("no URI read");
-            out["ok"] = true;
-            out["class"] = cli::className(typeid(*uri));
-            out["scheme"] = text(uri->getScheme());
-            out["string"] = text(uri->getString());
-            out["inBracket"] = uri->isInBracket();
-            if (auto* sip = dynamic_cast<KtSipURL*>(uri.get())) {
-                out["user"] = text(sip->getUser());
-                out["password"] = text(sip->getPassword());
-                out["host"] = text(sip->getHost());
-                out["port"] = sip->getPort();
-                out["portGiven"] = sip->isPortGiven();
-                out["parameters"] = pairs(sip->getParameters());
-                out["headers"] = pairs(sip->getHeaders());
-                out["transport"] = sip->getTransportParam() == KtSipURL::TCP ? "TCP" : "UDP";
-            } else if (auto* tel = dynamic_cast<KtTelURL*>(uri.get())) {
-                out["number"] = text(tel->getNumber());
-                out["global"] = tel->isGlobal();
-                out["parameters"] = pairs(tel->getParameters());
-            } else {
-                out["schemeData"] = text(uri->getSchemeData());
-            }
-            return 0;
-        },
-        [](const cli::json& out) { cli::printReadable(out, {"ok", "log"}); });
+cmd::Command cmd::addUri(CLI::App& ktsip) {
+    struct Options {
+        bool json = false;
+        bool bracket = false;
+        std::string text;
+    };
+    auto o = std::make_shared<Options>();
+    CLI::App* uri = ktsip.add_subcommand("uri", "parse a URI (sip:, tel: or any other scheme)");
+    addJsonFlag(*uri, o->json);
+    uri->add_flag("--bracket", o->bracket, "read it as the URI inside angle brackets");
+    uri->add_option("TEXT", o->text, "the URI")->required();
+    return {uri, [o] {
+                const std::string& input = o->text;
+                return cli::run(
+                    o->json,
+                    [&](cli::json& out, cli::ErrorCapture&) {
+                        KtByteArrayInputStream in(input.data(), static_cast<unsigned>(input.size()));
+                        KtHandle<KtURI> uri = KtURI::sConstructFrom(in, o->bracket);
+                        if (uri.isNil()) KtException::sThrow("no URI read");
+                        out["ok"] = true;
+                        out["class"] = cli::className(typeid(*uri));
+                        out["scheme"] = text(uri->getScheme());
+                        out["string"] = text(uri->getString());
+                        out["inBracket"] = uri->isInBracket();
+                        if (auto* sip = dynamic_cast<KtSipURL*>(uri.get())) {
+                            out["user"] = text(sip->getUser());
+                            out["password"] = text(sip->getPassword());
+                            out["host"] = text(sip->getHost());
+                            out["port"] = sip->getPort();
+                            out["portGiven"] = sip->isPortGiven();
+                            out["parameters"] = pairs(sip->getParameters());
+                            out["headers"] = pairs(sip->getHeaders());
+                            out["transport"] = sip->getTransportParam() == KtSipURL::TCP ? "TCP" : "UDP";
+                        } else if (auto* tel = dynamic_cast<KtTelURL*>(uri.get())) {
+                            out["number"] = text(tel->getNumber());
+                            out["global"] = tel->isGlobal();
+                            out["parameters"] = pairs(tel->getParameters());
+                        } else {
+                            out["schemeData"] = text(uri->getSchemeData());
+                        }
+                        return 0;
+                    },
+                    [](const cli::json& out) { cli::printReadable(out, {"ok", "log"}); });
+            }};
 }
 
-int cmd::address(const std::vector<std::string>& args) {
-    cli::Args a(args, {"--json"}, {});
-    if (a.operands().size() != 1) throw cli::UsageError("address takes one TEXT");
-    const std::string input = a.operands()[0];
-    return cli::run(
-        a.has("--json"),
-        [&](cli::json& out, cli::ErrorCapture&) {
-            KtHandle<KtSipNameAddress> na(new KtSipNameAddress());
-            KtByteArrayInputStream in(input.data(), static_cast<unsigned>(input.size()));
-            na->parse(in);
-            KtByteArrayOutputStream written;
-            written << na;
-            out["ok"] = true;
-            out["displayName"] = text(na->getDisplayName());
-            const KtHandle<KtURI>& uri = na->getURI();
-            out["uri"] = uri.isNil() ? std::string() : text(uri->getString());
-            out["uriClass"] = uri.isNil() ? std::string() : cli::className(typeid(*uri));
-            out["angleBrackets"] = na->getAngleBrackets();
-            out["text"] = cli::latin1(written.data(), written.size());
-            return 0;
-        },
-        [](const cli::json& out) { cli::printReadable(out, {"ok", "log"}); });
+cmd::Command cmd::addAddress(CLI::App& ktsip) {
+    struct Options {
+        bool json = false;
+        std::string text;
+    };
+    auto o = std::make_shared<Options>();
+    CLI::App* address = ktsip.add_subcommand("address", "parse a name-address");
+    addJsonFlag(*address, o->json);
+    address->add_option("TEXT", o->text, "the name-address")->required();
+    return {address, [o] {
+                const std::string& input = o->text;
+                return cli::run(
+                    o->json,
+                    [&](cli::json& out, cli::ErrorCapture&) {
+                        KtHandle<KtSipNameAddress> na(new KtSipNameAddress());
+                        KtByteArrayInputStream in(input.data(), static_cast<unsigned>(input.size()));
+                        na->parse(in);
+                        KtByteArrayOutputStream written;
+                        written << na;
+                        out["ok"] = true;
+                        out["displayName"] = text(na->getDisplayName());
+                        const KtHandle<KtURI>& uri = na->getURI();
+                        out["uri"] = uri.isNil() ? std::string() : text(uri->getString());
+                        out["uriClass"] = uri.isNil() ? std::string() : cli::className(typeid(*uri));
+                        out["angleBrackets"] = na->getAngleBrackets();
+                        out["text"] = cli::latin1(written.data(), written.size());
+                        return 0;
+                    },
+                    [](const cli::json& out) { cli::printReadable(out, {"ok", "log"}); });
+            }};
 }

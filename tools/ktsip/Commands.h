@@ -1,9 +1,9 @@
-// The ktsip subcommands; each takes the words after its name and returns the exit status.
+// The ktsip subcommands. Each Cmd*.cpp adds its subcommand, with the options and operands
+// it takes, to the tool's CLI::App, and gives back what runs it once they are parsed.
 #ifndef KTSIP_TOOL_COMMANDS_H
 #define KTSIP_TOOL_COMMANDS_H
 
-#include <string>
-#include <vector>
+#include <functional>
 
 #include "CliSupport.h"
 
@@ -11,15 +11,27 @@ class JsonWriter;
 class KtSipMessage;
 
 namespace cmd {
-int parse(const std::vector<std::string>& args);
-int header(const std::vector<std::string>& args);
-int uri(const std::vector<std::string>& args);
-int address(const std::vector<std::string>& args);
-int reason(const std::vector<std::string>& args);
-int derive(const std::vector<std::string>& args);
-int digest(const std::vector<std::string>& args);
-int serve(const std::vector<std::string>& args);
-int scan(const std::vector<std::string>& args);
+
+/// A declared subcommand and the function that runs it (returning the exit status).
+struct Command {
+    CLI::App* app;
+    std::function<int()> run;
+};
+
+Command addParse(CLI::App& ktsip);
+Command addHeader(CLI::App& ktsip);
+Command addUri(CLI::App& ktsip);
+Command addAddress(CLI::App& ktsip);
+Command addReason(CLI::App& ktsip);
+Command addDerive(CLI::App& ktsip);
+Command addDigest(CLI::App& ktsip);
+Command addServe(CLI::App& ktsip);
+Command addScan(CLI::App& ktsip);
+
+/// The --json flag every subcommand has.
+inline void addJsonFlag(CLI::App& command, bool& json) {
+    command.add_flag("--json", json, "print one JSON object instead of readable lines");
+}
 
 /// Writes the members of the JSON description of a message (the object of `parse --json`,
 /// without "log") into the object `out` has open.

@@ -1,7 +1,6 @@
 // ktsip: the command line face of the SIP library.
-#include <cstring>
+#include <algorithm>
 #include <iostream>
-#include <map>
 #include <string>
 #include <vector>
 
@@ -10,55 +9,52 @@
 
 namespace {
 
-const char* kUsage =
-    "usage: ktsip [--log-level LEVEL] COMMAND [OPTIONS] [OPERANDS]\n"
-    "commands:\n"
-    "  parse   [--json] [--crlf] [FILE]            parse one message\n"
-    "  header  [--json] LINE                       parse one header line\n"
-    "  uri     [--json] [--bracket] TEXT           parse a URI\n"
-    "  address [--json] TEXT                       parse a name-address\n"
-    "  reason  [--json] CODE...                    default reason phrases\n"
-    "  derive  [--json] [--crlf] KIND [CODE] [--body TEXT --type MEDIA] [FILE]\n"
-    "  digest  [--json] --challenge VALUE --user NAME --password SECRET --method M --uri URI ...\n"
-    "  serve   [--bind ADDR] [--port N] [--transport udp|tcp|both] [--realm R] [--user NAME:SECRET]...\n"
-    "          [--threads N] [--ring-ms N] [--quiet] [--json]\n"
-    "  scan    [--json] [--filter EXPR] [--port N]... [FILE]   SIP messages of a packet capture\n"
-    "options: --log-level trace|debug|info|warn|error|off (default off) sends the library's logs to stderr\n";
+// A usage error as the one line the tool prints for it.
+int usageError(const std::string& text) {
+    std::string line = text;
+    for (char& c : line)
+        if (c == '\n' || c == '\r') c = ' ';
+    std::cerr << "ktsip: " << line << "\n";
+    return 2;
+}
 
 }  // namespace
 
 int main(int argc, char** argv) {
-    std::vector<std::string> args(argv + 1, argv + argc);
+    CLI::App app("Shows what the SIP library makes of SIP text, builds derived messages, computes Digest "
+                 "answers and serves SIP.",
+                 "ktsip");
+    app.require_subcommand(0, 1);
+    // --log-level is the tool's own option; the subcommands pass it up, so it may stand
+    // anywhere before "--".
+    app.fallthrough();
+    std::string level = "off";
+    app.add_option("--log-level", level, "send the library's logs to standard error (default off)")
+        ->check(CLI::IsMember({"trace", "debug", "info", "warn", "error", "off"}))
+        ->type_name("LEVEL");
+    const std::vector<cmd::Command> commands = {cmd::addParse(app),  cmd::addHeader(app), cmd::addUri(app),
+                                                cmd::addAddress(app), cmd::addReason(app), cmd::addDerive(app),
+                                                cmd::addDigest(app),  cmd::addServe(app),  cmd::addScan(app)};
+    app.footer("Exit status: 0 success, 1 the library threw, 2 a usage error.\n"
+               "ktsip COMMAND --help shows the options of each command.");
     try {
-        // --log-level may stand before the command or among the command's options.
-        std::string level = "off";
-        std::vector<std::string> rest;
-        for (std::size_t i = 0; i < args.size(); ++i) {
-            if (args[i] == "--") {
-                rest.insert(rest.end(), args.begin() + static_cast<long>(i), args.end());
-                break;
-            }
-            if (args[i] == "--log-level") {
-                if (i + 1 >= args.size()) throw cli::UsageError("option --log-level needs a value");
-                level = args[++i];
-                continue;
-            }
-            rest.push_back(args[i]);
-        }
-        cli::configureLogging(level);
-        if (rest.empty() || rest[0] == "--help" || rest[0] == "-h") {
-            std::cout << kUsage;
-            return rest.empty() ? 2 : 0;
-        }
-        static const std::map<std::string, int (*)(const std::vector<std::string>&)> commands = {
-            {"parse", &cmd::parse},   {"header", &cmd::header}, {"uri", &cmd::uri},
-            {"address", &cmd::address}, {"reason", &cmd::reason}, {"derive", &cmd::derive},
-            {"digest", &cmd::digest}, {"serve", &cmd::serve}, {"scan", &cmd::scan}};
-        auto it = commands.find(rest[0]);
-        if (it == commands.end()) throw cli::UsageError("unknown command " + rest[0]);
-        return it->second(std::vector<std::string>(rest.begin() + 1, rest.end()));
-    } catch (const cli::UsageError& e) {
-        std::cerr << "ktsip: " << e.what() << "\n";
-        return 2;
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& e) {
+        if (e.get_exit_code() == 0) return app.exit(e);  // --help
+        // A first word that is neither an option nor a command.
+        const std::vector<std::string> rest = app.remaining();
+        const bool noCommand = std::none_of(commands.begin(), commands.end(),
+                                            [](const cmd::Command& c) { return c.app->parsed(); });
+        if (dynamic_cast<const CLI::ExtrasError*>(&e) && noCommand && !rest.empty() && rest[0][0] != '-')
+            return usageError("unknown command " + rest[0]);
+        return usageError(e.what());
     }
+    try {
+        cli::configureLogging(level);
+        for (const cmd::Command& command : commands)
+            if (command.app->parsed()) return command.run();
+    } catch (const cli::UsageError& e) {
+        return usageError(e.what());
+    }
+    return usageError("a COMMAND is required (ktsip --help lists them)");
 }

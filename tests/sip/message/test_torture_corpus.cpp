@@ -1,5 +1,5 @@
-// The SIP torture messages of RFC 4475 and RFC 5118 (the corpus under KTSIP_CORPUS_DIR,
-// listed by its index.json) through the message parser.
+// The SIP torture messages of RFC 4475 and RFC 5118 (the corpus in tests/corpus, listed
+// by its index.json) through the message parser.
 //
 // Every message must end in a message or a KtException, never a crash, hang or leak (the
 // pools' live-object counters come back to where they started), and every message that
@@ -174,7 +174,7 @@ std::map<std::string, std::string> readTable() {
 
 void writeTable(const std::vector<std::pair<std::string, std::string>>& rows) {
     std::ofstream out(kOutcomeTable, std::ios::trunc);
-    out << "# Outcome of parsing each torture message of the corpus (see test_torture_corpus.cpp).\n"
+    out << "# Outcome of parsing each torture message of tests/corpus (see test_torture_corpus.cpp).\n"
            "# file<TAB>outcome: valid, status N, or the exception's class and text; the lines written\n"
            "# to the error stream follow after \" | \". Regenerate with KTSIP_UPDATE_OUTCOMES=1.\n";
     for (const auto& row : rows) out << row.first << '\t' << row.second << '\n';
