@@ -29,7 +29,7 @@ PACKAGES=(
 # The libraries of the 32-bit build, installed as PACKAGE:i386 beside the ones above
 # (nlohmann-json is header-only and serves both).
 PACKAGES_I386=(
-  liblog4cplus-dev libssl-dev uuid-dev libgtest-dev libgmock-dev
+  liblog4cplus-dev libssl-dev uuid-dev libgtest-dev libgmock-dev libpcap-dev
 )
 
 # ACE's packages are not multiarch: dpkg cannot hold the i386 library beside the amd64
@@ -104,7 +104,7 @@ done
 install_all() {
   local request=("$@") pinned=() out round pkg version
   declare -A pin=()
-  for round in 1 2 3 4 5 6; do
+  for round in 1 2 3 4 5 6 7 8 9 10; do
     pinned=()
     for pkg in "${request[@]}"; do
       [[ -n ${pin[${pkg%:i386}]:-} ]] || pinned+=("$pkg")
@@ -117,7 +117,7 @@ install_all() {
     fi
     local named=() added=0
     mapfile -t named < <(sed -n '/unmet dependencies/,$p' <<<"$out" |
-      grep -oE '[a-z0-9][a-z0-9.+-]+(:i386)? (:|\(|but)' | awk '{print $1}' | sed 's/:i386$//' | sort -u)
+      grep -oE '(^ |Depends: |Breaks: )[a-z0-9][a-z0-9.+-]+' | sed -E 's/^( |Depends: |Breaks: )//' | sort -u)
     for pkg in "${named[@]}"; do
       [[ -n ${pin[$pkg]:-} ]] && continue
       version=$(comm -12 \

@@ -18,6 +18,9 @@ ROOT=$(pwd)
 BUILD_DIR=${KTSIP_BUILD_DIR:-$ROOT/build}
 JOBS=${KTSIP_JOBS:-2}
 QUICK=${KTSIP_QUICK:-0}
+# ccache (when installed) rewrites paths below the tree as relative ones, so clones in other
+# folders share its cache.
+export CCACHE_BASEDIR=${CCACHE_BASEDIR:-$ROOT} CCACHE_NOHASHDIR=${CCACHE_NOHASHDIR:-1}
 source scripts/stages.sh
 
 # Times measured on 2 cores without a compiler cache; later runs rebuild only what changed.
