@@ -20,6 +20,8 @@ TEST(KtDate, ParsesAcceptedForms) {
         {"Sat, 31 Dec 2039 23:59:60 GMT", 2208988800, "Sun, 01 Jan 2040 00:00:00 GMT"},
         {"Wed, 31 Dec 1969 23:59:59 GMT", -1, "Wed, 31 Dec 1969 23:59:59 GMT"},
         {"Fri, 13 Dec 1901 20:45:51 GMT", -2147483649LL, "Fri, 13 Dec 1901 20:45:51 GMT"},
+        {"Tue, 19 Jan 2038 03:14:07 GMT", 2147483647LL, "Tue, 19 Jan 2038 03:14:07 GMT"},
+        {"Thu, 31 Dec 2099 23:59:59 GMT", 4102444799LL, "Thu, 31 Dec 2099 23:59:59 GMT"},
         {"Fri, 31 Dec 9999 23:59:59 GMT", 253402300799LL, "Fri, 31 Dec 9999 23:59:59 GMT"},
         {"Sat, 01 Jan 0000 00:00:00 GMT", -62167219200LL, "Sat, 01 Jan 0000 00:00:00 GMT"},
     };
@@ -27,6 +29,9 @@ TEST(KtDate, ParsesAcceptedForms) {
         KtDate date;
         ASSERT_NO_THROW(date.constructKtDate(r.text)) << r.text;
         EXPECT_EQ(date.getTime(), r.time) << r.text;
+        KtDate same;
+        same.setTime(r.time);
+        EXPECT_TRUE(date == same) << r.text;
         char out[KtDate::TEXT_LENGTH + 1];
         date.getKtDate(out);
         EXPECT_STREQ(out, r.printed) << r.text;
@@ -119,17 +124,7 @@ TEST(KtDate, RejectsMalformedText) {
     EXPECT_THROW(date.constructKtDate(nullptr), KtException);
 }
 
-TEST(KtDate, PrintThenParseRoundTrips) {
-    for (long long t : {0LL, 1LL, 784111777LL, 951782400LL, 2147483647LL, 4102444799LL, 253402300799LL}) {
-        KtDate a;
-        a.setTime(t);
-        char text[KtDate::TEXT_LENGTH + 1];
-        a.getKtDate(text);
-        EXPECT_EQ(std::string(text).size(), KtDate::TEXT_LENGTH) << text;
-        KtDate b;
-        b.constructKtDate(text);
-        EXPECT_TRUE(a == b) << text;
-    }
+TEST(KtDate, InitGoesBackToTheEpoch) {
     KtDate d;
     d.setTime(1234);
     d.init();

@@ -131,6 +131,9 @@ TEST(KtParameters, ReadsPairsWhereverTheWindowEnds) {
         {longName + "=" + longValue + ";z", ';', longName + "=" + longValue + ";z", ""},
         {longName + "n=v", ';', "error Parameter too long", "=v"},
         {"k=" + longValue + "v;z", ';', "error Parameter too long", ";z"},
+        {"k=" + longValue + "v", ';', "error Parameter too long", ""},
+        {longName + "n", ';', "error Parameter too long", ""},
+        {"k=" + std::string(70000, 'v'), ';', "error Parameter too long", std::string(70000 - 1025, 'v')},
         {"k=\"" + std::string(1022, 'v') + "\\x\";z", ';', "error Parameter too long", "x\";z"},
     };
     for (const auto& row : rows) {

@@ -20,6 +20,8 @@ ROOT=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
 KTSIP=${1:?usage: scan-capture.sh KTSIP-BINARY}
 PORT=${KTSIP_SCAN_PORT:-15260}
 CALLS=${KTSIP_SCAN_CALLS:-20}
+# shellcheck source=tests/interop/wait-listening.sh
+source "$ROOT/tests/interop/wait-listening.sh"
 
 skip() {
   echo "scan-capture: SKIPPED: $*" >&2
@@ -49,22 +51,14 @@ user=()
 [[ $(id -u) -eq 0 ]] && user=(-Z root)
 tcpdump -i lo -n -U --immediate-mode -s 0 "${user[@]}" -w "$WORK/calls.pcap" "port $PORT" 2>"$WORK/tcpdump.log" &
 DUMP_PID=$!
-for _ in $(seq 50); do
-  grep -q "listening on" "$WORK/tcpdump.log" 2>/dev/null && break
-  kill -0 "$DUMP_PID" 2>/dev/null || break
-  sleep 0.1
-done
-if ! grep -q "listening on" "$WORK/tcpdump.log" 2>/dev/null; then
+if ! wait_listening "$WORK/tcpdump.log" "$DUMP_PID"; then
   failed=0
   skip "tcpdump cannot capture on lo here: $(head -n 1 "$WORK/tcpdump.log")"
 fi
 
 "$KTSIP" serve --bind 127.0.0.1 --port "$PORT" --quiet --json >"$WORK/server.json" 2>"$WORK/server.log" &
 SERVER_PID=$!
-for _ in $(seq 50); do
-  grep -q "listening on" "$WORK/server.log" 2>/dev/null && break
-  sleep 0.1
-done
+wait_listening "$WORK/server.log" "$SERVER_PID"  # a server that did not start fails the calls
 
 status=0
 bash "$ROOT/tests/interop/run-scenario.sh" uac-udp "$CALLS" "$WORK" 127.0.0.1:"$PORT" -i 127.0.0.1 \
