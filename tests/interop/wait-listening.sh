@@ -1,4 +1,4 @@
-# Sourced by the interoperability scripts (scripts/interop.sh, tests/interop/scan-capture.sh).
+# Sourced by the interoperability scripts (scripts/interop.sh, tests/interop/test_scan_capture.sh).
 #
 # wait_listening LOG [PID]: waits up to five seconds for the file LOG to say "listening on"
 # (what both `ktsip serve` and tcpdump write once ready), giving up early when the process

@@ -4,7 +4,7 @@
 # every request the server counted and every response it sent, each message parsed and
 # valid, with the server's address and the right transport.
 #
-#   bash tests/interop/scan-capture.sh KTSIP-BINARY
+#   bash tests/interop/test_scan_capture.sh KTSIP-BINARY
 #
 # Exits 0 when it passed, 1 when it failed, 77 (ctest's skip code, with a message saying
 # why) when this machine cannot run it: no tcpdump or sipp, or no right to capture on the
@@ -17,7 +17,7 @@
 set -uo pipefail
 
 ROOT=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
-KTSIP=${1:?usage: scan-capture.sh KTSIP-BINARY}
+KTSIP=${1:?usage: test_scan_capture.sh KTSIP-BINARY}
 PORT=${KTSIP_SCAN_PORT:-15260}
 CALLS=${KTSIP_SCAN_CALLS:-20}
 # shellcheck source=tests/interop/wait-listening.sh
