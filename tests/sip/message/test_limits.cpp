@@ -226,19 +226,22 @@ TEST(Limits, LongChainsNeedNoDeepRecursion) {
     setCase("1000 commas in a message", 120);
     EXPECT_TRUE(parse(kRequestLine + kHeaders + "Supported: " + std::string(1000, ',') + "\r\n" + kEnd)->isValid());
 
-    // 10,000 Via lines: parsed, written, cloned, keyed and released.
+    // 10,000 Via lines, long and compact names mixed: parsed, written back as they came,
+    // cloned, keyed and released.
     setCase("10000 Via lines", 120);
     std::string vias;
     for (int i = 0; i < 10000; ++i)
-        vias += "Via: SIP/2.0/UDP h" + std::to_string(i) + ".example;branch=z9hG4bK" + std::to_string(i) + "\r\n";
-    const std::string text = kRequestLine + vias + kHeaders + kEnd;
+        vias += (i % 2 ? "v: SIP/2.0/UDP h" : "Via: SIP/2.0/UDP h") + std::to_string(i) + ".example;branch=z9hG4bK" +
+                std::to_string(i) + "\r\n";
+    const std::string text = kRequestLine + vias + crlf("f: <sip:alice@a.example>;tag=1\nt: <sip:bob@b.example>\n"
+                                                        "i: limits\nCSeq: 1 INVITE\nl: 0\n\n");
     KtHandle<KtSipMessage> message = parse(text);
     EXPECT_TRUE(message->isValid());
     size_t count = 0;
     for (KtHandle<KtSipHeader> h = message->mGetHeader("Via"); !h.isNil(); h = h->getNext()) ++count;
-    EXPECT_EQ(10001u, count);
+    EXPECT_EQ(10000u, count);
     const std::string out = wire(*message);
-    EXPECT_EQ(text.size(), out.size());
+    EXPECT_EQ(text, out);
     KtHandle<KtSipMessage> copy(message->clone());
     EXPECT_EQ(out, wire(*copy));
     EXPECT_EQ(message->createKey().c_str(), std::string(copy->createKey().c_str()));
