@@ -91,6 +91,7 @@ TEST(KtParameters, ReadsPairsWhereverTheWindowEnds) {
         {"a=1,b=2,c=3\r\n", ',', "a=1,b=2,c=3", "\r\n"},
         {"realm=\"r\",nonce=\"n\"", ',', "realm=\"r\",nonce=\"n\"", ""},
         {";;a;;b=", ';', "a;b=", ""}, {"tag=2, <sip:b>", ';', "tag=2", ", <sip:b>"},
+        {"branch=z9hG4bK1;received=10.0.0.1;lr", ';', "branch=z9hG4bK1;received=10.0.0.1;lr", ""},
         {"p1=1;p2=2;p3=3;p4=4;p5=5;p6=6;p2=two\r\n", ';', "p1=1;p2=two;p3=3;p4=4;p5=5;p6=6", "\r\n"},
         {"x==y;=z;k=\"unterminated\r\n", ';', "x==y;k=\"unterminated", "\r\n"},
         {"last=1", ';', "last=1", ""},

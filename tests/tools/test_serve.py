@@ -39,7 +39,7 @@ class Server:
     """`ktsip serve` on a free port; its standard error goes to a file."""
 
     def __init__(self, *args, descriptors=None):
-        self.log = tempfile.NamedTemporaryFile(prefix="ktsip-hostile-", suffix=".log")
+        self.log = tempfile.NamedTemporaryFile(prefix="ktsip-serve-", suffix=".log")
         def limit():
             resource.setrlimit(resource.RLIMIT_NOFILE, (descriptors, descriptors))
         self.process = subprocess.Popen([BINARY, "serve", "--port", "0", "--json", *args], stdout=subprocess.PIPE,
