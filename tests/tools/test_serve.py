@@ -33,6 +33,7 @@ BINARY = sys.argv[1] if len(sys.argv) > 1 else "build/tools/ktsip/ktsip"
 # CTest) runs the same code several times slower, so its budgets are ten times as large.
 CPU_SCALE = 10 if os.environ.get("KTSIP_INSTRUMENTED") == "1" else 1
 failures = []
+servers = []  # every server started, so that none outlives a check that broke off
 
 
 class Server:
@@ -44,6 +45,7 @@ class Server:
             resource.setrlimit(resource.RLIMIT_NOFILE, (descriptors, descriptors))
         self.process = subprocess.Popen([BINARY, "serve", "--port", "0", "--json", *args], stdout=subprocess.PIPE,
                                         stderr=self.log, preexec_fn=limit if descriptors else None)
+        servers.append(self)
         self.port = 0
         for _ in range(50):
             found = re.search(rb"listening on 127\.0\.0\.1:(\d+)", open(self.log.name, "rb").read())
@@ -538,6 +540,9 @@ def main():
             run()
         except Exception as e:  # a server that did not start, or a peer that broke off
             check(run.__name__, False, repr(e))
+        for server in servers:
+            if server.process.poll() is None:
+                server.stop()
     print(f"{len(failures)} check(s) failed" if failures else "all passed")
     return 1 if failures else 0
 
