@@ -203,16 +203,10 @@ TEST(Limits, NoInputMakesAParserLoopForever) {
         thrown([&] { KtSipDigestCredentialsInfo::sCreateFrom(array); });
     }
 
-    // A line that never ends, and a body shorter than its Content-Length.
-    setCase("line without end");
-    EXPECT_NE("status 0", verdict(kRequestLine + kHeaders + "Subject: " + std::string(k64, 's')));
+    // A start line that never ends (a header line that never ends is each input after a
+    // header name above; a body shorter than its Content-Length: test_message_parse.cpp).
     setCase("start line without end");
     EXPECT_EQ("exception", verdict("INVITE " + std::string(k64, 'u')).substr(0, 9));
-    setCase("short body");
-    for (const char* length : {"100", "65536", "4294967295"}) {
-        EXPECT_EQ("exception: message body is shorter than Content-Length",
-                  verdict(kRequestLine + kHeaders + "Content-Length: " + length + "\r\n\r\n" + std::string(40, 'b')));
-    }
     setCase("", 0);
 }
 

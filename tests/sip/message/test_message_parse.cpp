@@ -205,7 +205,8 @@ TEST(MessageBody, WithAndWithoutContentLength) {
         {head + "Content-Length: 2\n\nhi", nullptr, "hi"},
         {head + "Content-Length: 3\r\n\r\n" + std::string("a\0b", 3), nullptr, std::string("a\0b", 3)},
         {head + "Content-Length: 100\r\n\r\n" + std::string(40, 'b'), shortBody, ""},
-        {head + "Content-Length: 4000000000\r\n\r\nabc", shortBody, ""},
+        {head + "Content-Length: 65536\r\n\r\nabc", shortBody, ""},
+        {head + "Content-Length: 4294967295\r\n\r\nabc", shortBody, ""},
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.input.substr(head.size()));
