@@ -16,6 +16,8 @@
 #include <cstdlib>
 #include <cstring>
 #include <functional>
+#include <random>
+#include <sstream>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -39,10 +41,17 @@ const std::string kHeaders = crlf(
 const std::string kRequestLine = "INVITE sip:bob@b.example SIP/2.0\r\n";
 const std::string kEnd = "Content-Length: 0\r\n\r\n";
 
-/// "status N" for the message that `input` parses into, or the message of the exception.
+/// "status N" for the message that `input` parses into (which is then written, copied and
+/// keyed as a transaction layer would), or the message of the exception.
 std::string verdict(const std::string& input) {
     std::string status;
-    const std::string error = thrown([&] { status = "status " + std::to_string(parse(input)->getStatus()); });
+    const std::string error = thrown([&] {
+        KtHandle<KtSipMessage> message = parse(input);
+        status = "status " + std::to_string(message->getStatus());
+        std::ostringstream text;
+        text << KtHandle<KtSipMessage>(message->clone());
+        message->createKey();
+    });
     return status.empty() ? "exception: " + error : status;
 }
 
@@ -162,12 +171,26 @@ TEST(Limits, UrlComponentsOver1023CharactersThrow) {
 
 // ---- termination ------------------------------------------------------------------------
 
-/// Inputs built of one repeated byte or of deep nesting, and the entry points to feed
-/// them to: every call must return or throw a KtException.
+/// Inputs built of one repeated byte, of deep nesting or of random bytes, and the entry
+/// points to feed them to: every call must return or throw a KtException. (Arbitrary inputs
+/// in number: fuzz/fuzz_message.cpp and the other fuzz targets.)
 TEST(Limits, NoInputMakesAParserLoopForever) {
     QuietErrors quiet;
     const size_t k64 = 65536;
+    std::mt19937 random(20240607);
+    std::string garbage(k64, '\0'), printable(k64, 'x');
+    for (char& c : garbage) c = static_cast<char>(random() % 256);
+    for (char& c : printable) c = static_cast<char>(' ' + random() % 95);
+    const std::string head = "OPTIONS sip:a@b SIP/2.0\r\n";
     std::vector<std::pair<std::string, std::string>> inputs = {  // name, bytes
+        {"64 KB of random bytes", garbage}, {"64 KB of random printable bytes", printable},
+        {"NUL in the method", std::string("INVITE\0sip:a SIP/2.0\r\n\r\n", 24)}, {"four NULs", std::string(4, '\0')},
+        {"NUL in a header name", head + std::string("Via\0: x\r\n\0\r\n", 12)},
+        {"long URI user", "INVITE sip:" + std::string(1000, 'u') + "@b SIP/2.0\r\n\r\n"},
+        {"long version", "SIP/" + std::string(3000, '9') + ".0 200 OK\r\n\r\n"},
+        {"Content-Length past the data", head + "Content-Length: 4294967295\r\n\r\n" + garbage},
+        {"commas after a Via", head + "Via: SIP/2.0/UDP a\r\n" + std::string(30000, ',') + "\r\n\r\n"},
+        {"long unknown header", head + "X-Long: " + std::string(5000, 'y') + "\r\n\r\n"},
         {"64 KB of NUL", std::string(k64, '\0')},
         {"64 KB of 0xFF", std::string(k64, '\xff')},
         {"CR LF repeated", repeated(k64, [](int) { return "\r\n"; })},
