@@ -17,6 +17,7 @@ b=$2/breakdown/profile_loop
 mode=${3:-parse}
 rounds=${4:-21}
 passes=${5:-2000}
+((rounds >= 2)) || { echo "ab.sh: at least 2 rounds" >&2; exit 1; }
 for loop in "$a" "$b"; do
   [[ -x $loop ]] || { echo "ab.sh: $loop not built (run bench/profile/breakdown.sh there)" >&2; exit 1; }
 done
