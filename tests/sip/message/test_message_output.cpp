@@ -130,11 +130,8 @@ void exercisePools() {
         copy->removeHeader("Via");
         message->createKey();
     }
-    for (const char* text : {"INVITE sips:a SIP/2.0\r\n\r\n", "INVITE sip:a SIP/2.1\r\n\r\n", "SIP/2.0 200\r\n",
-                             "\r\n\r\n", "OPTIONS sip:a SIP/2.0\r\nContent-Length: 50\r\n\r\nshort",
-                             "OPTIONS sip:a SIP/2.0\r\nVia: SIP/2.0/UDP a\r\n\r\n",
-                             "OPTIONS sip:a SIP/2.0\r\nCSeq: x\r\n: y\r\nX-A: 1\r\n\r\nbody"})
-        thrown([&] { parse(text); });
+    // Failures the torture corpus does not have (its test checks the pools for the others).
+    for (const char* text : {"SIP/2.0 200\r\n", "\r\n\r\n"}) thrown([&] { parse(text); });
     KtSipRequest built(KtString("MESSAGE"));
     built.setURI(new KtSipURL("sip:bob@b.example?Subject=hi;body=hello"));
     built.stripSipURLHeaders();
