@@ -23,7 +23,7 @@ const KtDelimiterSet& KtSipLexer::sWhiteSeparators() {
     return sSet;
 }
 
-const KtStringTable& KtSipLexer::sCommonWords() {
+const KtStringTable& KtSipLexer::sCommonWordTable() {
     static const KtStringTable sTable{
         // methods
         "INVITE", "ACK", "BYE", "CANCEL", "OPTIONS", "REGISTER", "PRACK", "UPDATE", "REFER", "SUBSCRIBE",
