@@ -66,7 +66,8 @@ public:
     /// Appends the bytes of `in` that belong to `set` to `buffer`, a window at a time across
     /// refills, and stops before the first byte outside it or at the end of the input.
     /// Returns false on overflow (after the buffer's handler); the stream then stands at the
-    /// start of the window's piece that did not fit.
+    /// start of the window's piece that did not fit, and the buffer has grown by exactly the
+    /// bytes consumed.
     static bool sGatherWhile(KtInputStream& in, const KtDelimiterSet& set, KtScannerBuffer& buffer);
     /// As sGatherWhile for the bytes up to the first byte of `stops`.
     static bool sGatherUntil(KtInputStream& in, const KtDelimiterSet& stops, KtScannerBuffer& buffer);
