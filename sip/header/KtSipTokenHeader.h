@@ -1,11 +1,11 @@
 // The shape shared by the headers whose value is one token or one piece of text
-// (Allow, Require, Supported, Call-ID, Subject, ...), and the separator sets of the
-// token grammar that the other header readers use too.
+// (Allow, Require, Supported, Call-ID, Subject, ...).
 #ifndef KTSIP_KT_SIP_TOKEN_HEADER_H
 #define KTSIP_KT_SIP_TOKEN_HEADER_H
 
 #include "KtParameters.h"
 #include "KtSipHeader.h"
+#include "KtSipHeaderScopes.h"
 
 class KtStringTable;
 
@@ -49,22 +49,13 @@ public:
     /// Writes the value, then ";" and the parameters when there are any.
     void doSerialize(KtOutputStream& out) const override;
 
-    /// Token separators: space, tab, CR, LF, \ " ( ) < > @ , ; : / [ ] ? = { }.
+    /// The sets, words and bounded reader of KtSipLexer, under their former names here
+    /// until every reader calls KtSipLexer itself.
     static const KtDelimiterSet& sTokenSeparators();
-    /// List separators: comma, space, tab, CR, LF.
     static const KtDelimiterSet& sListSeparators();
-    /// The separators of a method token (CSeq, RAck, Timestamp): the token separators
-    /// without the backslash.
     static const KtDelimiterSet& sMethodSeparators();
-    /// Space, tab, CR, LF.
     static const KtDelimiterSet& sWhiteSeparators();
-    /// The words that recur in header values (methods, option tags, media types, event
-    /// packages, encodings): the value readers share these constants instead of allocating
-    /// a string for each.
     static const KtStringTable& sCommonWords();
-    /// Skips spaces and tabs, then reads up to the first byte of `stops` into `buffer`
-    /// (NUL-terminated). Returns the length, or -1 when the text does not fit in
-    /// `size - 1` bytes (the whole over-long text is consumed). `size` is at least 1.
     static int sReadBounded(KtInputStream& in, const KtDelimiterSet& stops, char* buffer, unsigned size);
 
 protected:
@@ -79,22 +70,8 @@ protected:
     KtHandle<KtParameters> m_Parameters;
 };
 
-/// The members every token-header class declares the same way: the default constructor
-/// (registry factory), the constructor from a value, the copy constructor (clone), the
-/// static name and the syntax hook (defined in the class's source file).
-#define KT_SIP_TOKEN_HEADER_MEMBERS(CLASS)                                  \
-public:                                                                     \
-    /** An empty header. */                                                 \
-    CLASS() = default;                                                      \
-    /** A header holding `value`. */                                        \
-    explicit CLASS(const char* value) { setValue(value); }                  \
-    CLASS(const CLASS& other) = default;                                    \
-    static const KtString sToken;                                           \
-                                                                            \
-protected:                                                                  \
-    const KtSipTokenSyntax& getSyntax() const override;                     \
-                                                                            \
-public:
+/// The members every token-header class declares (see KT_SIP_SHAPE_MEMBERS).
+#define KT_SIP_TOKEN_HEADER_MEMBERS(CLASS) KT_SIP_SHAPE_MEMBERS(CLASS, const char*, setValue, KtSipTokenSyntax)
 
 /// Defines CLASS::getSyntax in the class's source file (after its TORVANE_FILE_LOGGER):
 /// the value ends at STOPS (a KtDelimiterSet), is trimmed when TRIM, an empty value throws

@@ -4,7 +4,7 @@
 # every request the server counted and every response it sent, each message parsed and
 # valid, with the server's address and the right transport.
 #
-#   bash tests/interop/scan-capture.sh KTSIP-BINARY
+#   bash tests/interop/test_scan_capture.sh KTSIP-BINARY
 #
 # Exits 0 when it passed, 1 when it failed, 77 (ctest's skip code, with a message saying
 # why) when this machine cannot run it: no tcpdump or sipp, or no right to capture on the
@@ -17,9 +17,11 @@
 set -uo pipefail
 
 ROOT=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
-KTSIP=${1:?usage: scan-capture.sh KTSIP-BINARY}
+KTSIP=${1:?usage: test_scan_capture.sh KTSIP-BINARY}
 PORT=${KTSIP_SCAN_PORT:-15260}
 CALLS=${KTSIP_SCAN_CALLS:-20}
+# shellcheck source=tests/interop/process-helpers.sh
+source "$ROOT/tests/interop/process-helpers.sh"
 
 skip() {
   echo "scan-capture: SKIPPED: $*" >&2
@@ -31,15 +33,9 @@ command -v python3 >/dev/null 2>&1 || skip "python3 is not installed"
 
 WORK=$(mktemp -d "${TMPDIR:-/tmp}/ktsip-scan-capture.XXXXXX")
 SERVER_PID="" DUMP_PID="" failed=1
-stop() {  # PID: SIGTERM, then SIGKILL after five seconds
-  [[ -n "$1" ]] && kill -0 "$1" 2>/dev/null || return 0
-  kill -TERM "$1" 2>/dev/null
-  for _ in $(seq 50); do kill -0 "$1" 2>/dev/null || return 0; sleep 0.1; done
-  kill -KILL "$1" 2>/dev/null
-}
 cleanup() {
-  stop "$DUMP_PID"
-  stop "$SERVER_PID"
+  stop_process "$DUMP_PID"
+  stop_process "$SERVER_PID"
   if [[ $failed -eq 0 && "${KTSIP_SCAN_KEEP:-0}" != 1 ]]; then rm -rf "$WORK"; else echo "scan-capture: files kept in $WORK" >&2; fi
 }
 trap cleanup EXIT
@@ -49,29 +45,21 @@ user=()
 [[ $(id -u) -eq 0 ]] && user=(-Z root)
 tcpdump -i lo -n -U --immediate-mode -s 0 "${user[@]}" -w "$WORK/calls.pcap" "port $PORT" 2>"$WORK/tcpdump.log" &
 DUMP_PID=$!
-for _ in $(seq 50); do
-  grep -q "listening on" "$WORK/tcpdump.log" 2>/dev/null && break
-  kill -0 "$DUMP_PID" 2>/dev/null || break
-  sleep 0.1
-done
-if ! grep -q "listening on" "$WORK/tcpdump.log" 2>/dev/null; then
+if ! wait_listening "$WORK/tcpdump.log" "$DUMP_PID"; then
   failed=0
   skip "tcpdump cannot capture on lo here: $(head -n 1 "$WORK/tcpdump.log")"
 fi
 
 "$KTSIP" serve --bind 127.0.0.1 --port "$PORT" --quiet --json >"$WORK/server.json" 2>"$WORK/server.log" &
 SERVER_PID=$!
-for _ in $(seq 50); do
-  grep -q "listening on" "$WORK/server.log" 2>/dev/null && break
-  sleep 0.1
-done
+wait_listening "$WORK/server.log" "$SERVER_PID"  # a server that did not start fails the calls
 
 status=0
 bash "$ROOT/tests/interop/run-scenario.sh" uac-udp "$CALLS" "$WORK" 127.0.0.1:"$PORT" -i 127.0.0.1 \
   -p $((PORT + 1)) -sn uac -t u1 -r 50 || status=1
 bash "$ROOT/tests/interop/run-scenario.sh" uac-tcp "$CALLS" "$WORK" 127.0.0.1:"$PORT" -i 127.0.0.1 \
   -p $((PORT + 2)) -sn uac -t t1 -r 50 || status=1
-stop "$SERVER_PID"
+stop_process "$SERVER_PID"
 wait "$SERVER_PID" 2>/dev/null
 SERVER_PID=""
 # tcpdump may lag behind on a busy machine: it is stopped once its file has not grown for
@@ -83,7 +71,7 @@ for _ in $(seq 20); do
   [[ $size -eq $last ]] && break
   last=$size
 done
-stop "$DUMP_PID"
+stop_process "$DUMP_PID"
 wait "$DUMP_PID" 2>/dev/null
 DUMP_PID=""
 
