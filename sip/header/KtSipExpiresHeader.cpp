@@ -21,30 +21,12 @@ const KtDelimiterSet& lineEnd() {
 }
 }  // namespace
 
-void KtSipExpiresHeader::setDelta(int seconds) {
-    m_IsDate = false;
-    m_Delta = seconds;
-    m_Date.init();
-}
-
-void KtSipExpiresHeader::setDate(const KtDate& date) {
-    m_IsDate = true;
-    m_Delta = 0;
-    m_Date = date;
-}
-
 void KtSipExpiresHeader::parseDate(KtInputStream& in) {
     KtString text;
     text.mutableBuffer()->parse(in, lineEnd());
     text.trim();
     if (text.empty()) KtSipParseError::sThrow(kInvalidExpires);
-    KtDate date;
-    try {
-        date.constructKtDate(text.c_str());
-    } catch (const KtException&) {
-        KtSipParseError::sThrow(kInvalidExpires);
-    }
-    setDate(date);
+    setDateText(text.c_str(), kInvalidExpires);
 }
 
 void KtSipExpiresHeader::doParse(KtInputStream& in) {
@@ -75,7 +57,7 @@ void KtSipExpiresHeader::doParse(KtInputStream& in) {
         errno = 0;
         long value = std::strtol(buffer, nullptr, 10);
         if (errno == ERANGE || value > INT_MAX) value = INT_MAX;
-        setDelta(static_cast<int>(value));
+        setSecondsValue(value);
         return;
     }
     // Digits followed by more words: the whole value is read again as a date.
@@ -85,11 +67,5 @@ void KtSipExpiresHeader::doParse(KtInputStream& in) {
 
 void KtSipExpiresHeader::doSerialize(KtOutputStream& out) const {
     TORVANE_TRACE_SCOPE(fileLogger(), "KtSipExpiresHeader::doSerialize");
-    if (m_IsDate) {
-        char text[KtDate::TEXT_LENGTH + 1];
-        m_Date.getKtDate(text);
-        out << text;
-    } else {
-        out << m_Delta;
-    }
+    writeValue(out);
 }

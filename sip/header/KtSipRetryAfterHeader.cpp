@@ -35,18 +35,6 @@ unsigned trimEnd(char* text, unsigned length) {
 }
 }  // namespace
 
-void KtSipRetryAfterHeader::setSeconds(unsigned seconds) {
-    m_IsDate = false;
-    m_Seconds = seconds;
-    m_Date.init();
-}
-
-void KtSipRetryAfterHeader::setDate(const KtDate& date) {
-    m_IsDate = true;
-    m_Seconds = 0;
-    m_Date = date;
-}
-
 void KtSipRetryAfterHeader::doParse(KtInputStream& in) {
     TORVANE_TRACE_SCOPE(fileLogger(), "KtSipRetryAfterHeader::doParse");
     m_Comment.clear();
@@ -65,13 +53,7 @@ void KtSipRetryAfterHeader::doParse(KtInputStream& in) {
     char text[MAX_TEXT + 1];
     int length = KtSipTokenHeader::sReadBounded(in, dateStops(), text, sizeof text);
     if (length <= 0 || trimEnd(text, static_cast<unsigned>(length)) == 0) KtSipParseError::sThrow(kInvalid);
-    KtDate date;
-    try {
-        date.constructKtDate(text);
-    } catch (const KtException&) {
-        KtSipParseError::sThrow("Invalid Date in Retry-After header");
-    }
-    setDate(date);
+    setDateText(text, "Invalid Date in Retry-After header");
 
     KtStreamTokenizer::sDiscardWhite(in);
     if (in.peek() == '(') {
@@ -99,13 +81,7 @@ void KtSipRetryAfterHeader::doParse(KtInputStream& in) {
 
 void KtSipRetryAfterHeader::doSerialize(KtOutputStream& out) const {
     TORVANE_TRACE_SCOPE(fileLogger(), "KtSipRetryAfterHeader::doSerialize");
-    if (m_IsDate) {
-        char text[KtDate::TEXT_LENGTH + 1];
-        m_Date.getKtDate(text);
-        out << text;
-    } else {
-        out << m_Seconds;
-    }
+    writeValue(out);
     if (!m_Comment.empty()) out << " (" << m_Comment << ')';
     if (m_HasDuration) out << "; duration=" << m_Duration;
 }
