@@ -10,6 +10,7 @@
 #include <time.h>
 
 #include "KtException.h"
+#include "KtScanner.h"
 
 namespace {
 
@@ -17,20 +18,13 @@ const char* const sWeekdays[7] = {"Sun", "Mon", "Tue", "Wed", "Thu", "Fri", "Sat
 const char* const sMonths[12] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
                                  "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
 
-bool isSpace(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }
-bool isDigit(char c) { return c >= '0' && c <= '9'; }
-bool isAlpha(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
-
-const char* skipSpace(const char* p) {
-    while (isSpace(*p)) ++p;
-    return p;
-}
+using Scan = KtScanner;
 
 // Reads exactly `count` digits; returns nullptr when they are not there.
 const char* readDigits(const char* p, int count, int& value) {
     value = 0;
     for (int i = 0; i < count; ++i, ++p) {
-        if (!isDigit(*p)) return nullptr;
+        if (!Scan::sIsDigit(*p)) return nullptr;
         value = value * 10 + (*p - '0');
     }
     return p;
@@ -39,7 +33,7 @@ const char* readDigits(const char* p, int count, int& value) {
 // Reads a three-letter name out of `table` (ASCII case ignored) followed by a
 // non-letter; returns its index or -1.
 int readName(const char*& p, const char* const* table, int count) {
-    if (!isAlpha(p[0]) || !isAlpha(p[1]) || !isAlpha(p[2]) || isAlpha(p[3])) return -1;
+    if (!Scan::sIsAlpha(p[0]) || !Scan::sIsAlpha(p[1]) || !Scan::sIsAlpha(p[2]) || Scan::sIsAlpha(p[3])) return -1;
     // The three letters in lower case (setting 0x20 lowers an ASCII letter), packed for one
     // comparison per name.
     auto packed = [](const char* n) {
@@ -124,28 +118,31 @@ void KtDate::init() noexcept { m_Time = 0; }
 // senders get it wrong. Text of no other shape is refused.
 void KtDate::constructKtDate(const char* text) {
     if (text == nullptr) invalid(text);
+    // The text is read up to its NUL, which also ends every look-ahead below.
+    const char* const end = text + std::strlen(text);
+    auto skipSpace = [end](const char* at) { return Scan::sSkipWhite(at, end); };
     const char* p = skipSpace(text);
-    if (isAlpha(*p)) {
+    if (Scan::sIsAlpha(*p)) {
         if (readName(p, sWeekdays, 7) < 0) invalid(text);
         p = skipSpace(p);
         if (*p != ',') invalid(text);
         p = skipSpace(p + 1);
     }
     int day = 0;
-    if (!isDigit(*p)) invalid(text);
+    if (!Scan::sIsDigit(*p)) invalid(text);
     day = *p++ - '0';
-    if (isDigit(*p)) day = day * 10 + (*p++ - '0');
-    if (!isSpace(*p)) invalid(text);
+    if (Scan::sIsDigit(*p)) day = day * 10 + (*p++ - '0');
+    if (!Scan::sIsWhite(*p)) invalid(text);
     p = skipSpace(p);
     const int month = readName(p, sMonths, 12);
-    if (month < 0 || !isSpace(*p)) invalid(text);
+    if (month < 0 || !Scan::sIsWhite(*p)) invalid(text);
     p = skipSpace(p);
     int year = 0, hour = 0, minute = 0, second = 0;
-    if ((p = readDigits(p, 4, year)) == nullptr || !isSpace(*p)) invalid(text);
+    if ((p = readDigits(p, 4, year)) == nullptr || !Scan::sIsWhite(*p)) invalid(text);
     p = skipSpace(p);
     if ((p = readDigits(p, 2, hour)) == nullptr || *p++ != ':') invalid(text);
     if ((p = readDigits(p, 2, minute)) == nullptr || *p++ != ':') invalid(text);
-    if ((p = readDigits(p, 2, second)) == nullptr || !isSpace(*p)) invalid(text);
+    if ((p = readDigits(p, 2, second)) == nullptr || !Scan::sIsWhite(*p)) invalid(text);
     p = skipSpace(p);
     if (strncasecmp(p, "GMT", 3) != 0 && strncasecmp(p, "UTC", 3) != 0) invalid(text);
     p = skipSpace(p + 3);

@@ -1,7 +1,7 @@
-// The token/text header shape and the separator sets of the token grammar.
+// The token/text header shape.
 #include "KtSipTokenHeader.h"
 
-#include "KtStreamTokenizer.h"
+#include "KtSipLexer.h"
 #include "KtStringTable.h"
 
 TORVANE_FILE_LOGGER("calvoran.kt.KtSipTokenHeader")
@@ -16,36 +16,12 @@ void KtSipTokenHeader::setParameter(const char* name, const char* value) {
     m_Parameters->setValue(name, value);
 }
 
-namespace {
-// The table behind sCommonWords, inlined into the token reader below (every token header
-// value is read through it).
-KT_ALWAYS_INLINE const KtStringTable& commonWords() {
-    static const KtStringTable sTable{
-        // methods
-        "INVITE", "ACK", "BYE", "CANCEL", "OPTIONS", "REGISTER", "PRACK", "UPDATE", "REFER", "SUBSCRIBE",
-        "NOTIFY", "INFO", "MESSAGE", "PUBLISH",
-        // option tags
-        "100rel", "timer", "replaces", "path", "gruu", "outbound", "norefersub", "precondition", "eventlist",
-        "from-change", "histinfo", "join", "privacy", "sec-agree", "tdialog", "resource-priority", "answermode",
-        // media types and subtypes
-        "application", "text", "multipart", "message", "audio", "video", "image", "sdp", "plain", "html", "xml",
-        "pidf+xml", "xpidf+xml", "cpim-pidf+xml", "dialog-info+xml", "reginfo+xml", "watcherinfo+xml",
-        "rlmi+xml", "simple-message-summary", "im-iscomposing+xml", "sipfrag", "mixed", "related",
-        "alternative", "json",
-        // event packages
-        "presence", "dialog", "message-summary", "refer", "reg", "conference", "presence.winfo",
-        // encodings, dispositions and languages
-        "gzip", "deflate", "identity", "session", "render", "icon", "alert", "en", "en-US", "de", "fr", "es"};
-    return sTable;
-}
-}  // namespace
-
-const KtStringTable& KtSipTokenHeader::sCommonWords() { return commonWords(); }
+const KtStringTable& KtSipTokenHeader::sCommonWords() { return KtSipLexer::sCommonWords(); }
 
 void KtSipTokenHeader::doParse(KtInputStream& in) {
     const KtSipTokenSyntax& syntax = getSyntax();
     TORVANE_TRACE_SCOPE(syntax.logger, syntax.parseScope);
-    KtString value = commonWords().parse(in, syntax.stops, syntax.trim);
+    KtString value = KtSipLexer::sCommonWords().parse(in, syntax.stops, syntax.trim);
     if (value.empty()) {
         if (syntax.emptyError) KtSipParseError::sThrow(syntax.emptyError);
         m_Value = KtConstString();
@@ -54,7 +30,7 @@ void KtSipTokenHeader::doParse(KtInputStream& in) {
     }
     m_Parameters.clear();
     if (syntax.parameters) {
-        KtStreamTokenizer::sDiscardWhite(in);
+        KtSipLexer::sSkipBlanks(in);
         if (in.peek() == ';') {
             in.read();
             m_Parameters = new KtParameters(';');
@@ -71,38 +47,14 @@ void KtSipTokenHeader::doSerialize(KtOutputStream& out) const {
     if (!m_Parameters.isNil()) m_Parameters->serializeWithLead(out, ';');
 }
 
-const KtDelimiterSet& KtSipTokenHeader::sTokenSeparators() {
-    static const KtDelimiterSet sSet(" \t\r\n\\\"()<>@,;:/[]?={}");
-    return sSet;
-}
+const KtDelimiterSet& KtSipTokenHeader::sTokenSeparators() { return KtSipLexer::sTokenSeparators(); }
 
-const KtDelimiterSet& KtSipTokenHeader::sListSeparators() {
-    static const KtDelimiterSet sSet(", \t\r\n");
-    return sSet;
-}
+const KtDelimiterSet& KtSipTokenHeader::sListSeparators() { return KtSipLexer::sListSeparators(); }
 
-const KtDelimiterSet& KtSipTokenHeader::sMethodSeparators() {
-    static const KtDelimiterSet sSet(" \t\r\n\"()<>@,;:/[]?={}");
-    return sSet;
-}
+const KtDelimiterSet& KtSipTokenHeader::sMethodSeparators() { return KtSipLexer::sMethodSeparators(); }
 
-
-const KtDelimiterSet& KtSipTokenHeader::sWhiteSeparators() {
-    static const KtDelimiterSet sSet(" \t\r\n");
-    return sSet;
-}
+const KtDelimiterSet& KtSipTokenHeader::sWhiteSeparators() { return KtSipLexer::sWhiteSeparators(); }
 
 int KtSipTokenHeader::sReadBounded(KtInputStream& in, const KtDelimiterSet& stops, char* buffer, unsigned size) {
-    KtStreamTokenizer::sDiscardWhite(in);
-    unsigned length = 0;
-    bool overflow = false;
-    for (int c = in.peek(); c >= 0 && !stops.contains(static_cast<unsigned char>(c)); c = in.peek()) {
-        in.read();
-        if (length + 1 < size)
-            buffer[length++] = static_cast<char>(c);
-        else
-            overflow = true;
-    }
-    buffer[length] = '\0';
-    return overflow ? -1 : static_cast<int>(length);
+    return KtSipLexer::sReadBounded(in, stops, buffer, size);
 }

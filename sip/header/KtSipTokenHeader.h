@@ -1,6 +1,5 @@
 // The shape shared by the headers whose value is one token or one piece of text
-// (Allow, Require, Supported, Call-ID, Subject, ...), and the separator sets of the
-// token grammar that the other header readers use too.
+// (Allow, Require, Supported, Call-ID, Subject, ...).
 #ifndef KTSIP_KT_SIP_TOKEN_HEADER_H
 #define KTSIP_KT_SIP_TOKEN_HEADER_H
 
@@ -49,22 +48,13 @@ public:
     /// Writes the value, then ";" and the parameters when there are any.
     void doSerialize(KtOutputStream& out) const override;
 
-    /// Token separators: space, tab, CR, LF, \ " ( ) < > @ , ; : / [ ] ? = { }.
+    /// The sets, words and bounded reader of KtSipLexer, under their former names here
+    /// until every reader calls KtSipLexer itself.
     static const KtDelimiterSet& sTokenSeparators();
-    /// List separators: comma, space, tab, CR, LF.
     static const KtDelimiterSet& sListSeparators();
-    /// The separators of a method token (CSeq, RAck, Timestamp): the token separators
-    /// without the backslash.
     static const KtDelimiterSet& sMethodSeparators();
-    /// Space, tab, CR, LF.
     static const KtDelimiterSet& sWhiteSeparators();
-    /// The words that recur in header values (methods, option tags, media types, event
-    /// packages, encodings): the value readers share these constants instead of allocating
-    /// a string for each.
     static const KtStringTable& sCommonWords();
-    /// Skips spaces and tabs, then reads up to the first byte of `stops` into `buffer`
-    /// (NUL-terminated). Returns the length, or -1 when the text does not fit in
-    /// `size - 1` bytes (the whole over-long text is consumed). `size` is at least 1.
     static int sReadBounded(KtInputStream& in, const KtDelimiterSet& stops, char* buffer, unsigned size);
 
 protected:

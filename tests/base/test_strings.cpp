@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "KtInputStream.h"
+#include "KtScanner.h"
 #include "KtString.h"
 #include "TestSupport.h"
 
@@ -174,4 +175,48 @@ TEST(KtDelimiterSet, FindAndSkipAgreeWithByteWalk) {
             }
         }
     }
+}
+
+// A run is the same span, and leaves the stream at the same byte, whether it lies whole in
+// the window or arrives one byte per refill; a run longer than the buffer's limit is refused
+// either way, with the handler's error when there is one.
+TEST(KtScanner, TakenRunsAgreeAcrossWindowsAndKeepTheLimit) {
+    const KtDelimiterSet digits("0123456789");
+    const struct {
+        std::string input;
+        bool until;  // up to a digit rather than over digits
+        unsigned limit;
+        const char* span;  // null: refused
+        const char* left;
+    } rows[] = {
+        {"5060;lr", false, 1023, "5060", ";lr"}, {"host:5060", true, 1023, "host:", "5060"},
+        {"12345", false, 1023, "12345", ""},     {"x1", false, 1023, "", "x1"},
+        {"", true, 1023, "", ""},                {"1234;", false, 4, "1234", ";"},
+        {"12345;", false, 4, nullptr, ""},       {"abcde", true, 4, nullptr, ""},
+    };
+    struct Overflow {};
+    for (const auto& r : rows) {
+        for (bool trickle : {false, true}) {
+            KtByteArrayInputStream whole = kttest::streamOf(r.input);
+            kttest::TricklingStream bytes(r.input);
+            KtInputStream& in = trickle ? static_cast<KtInputStream&>(bytes) : whole;
+            const std::string label = r.input + (trickle ? " trickled" : " whole");
+            KtScannerBuffer quiet(nullptr, r.limit);
+            const char *b = nullptr, *e = nullptr;
+            const bool taken = r.until ? KtScanner::sTakeUntil(in, digits, quiet, b, e)
+                                       : KtScanner::sTakeWhile(in, digits, quiet, b, e);
+            EXPECT_EQ(taken, r.span != nullptr) << label;
+            if (r.span == nullptr) {
+                KtScannerBuffer loud([] { throw Overflow(); }, r.limit);
+                KtByteArrayInputStream again = kttest::streamOf(r.input);
+                EXPECT_THROW(KtScanner::sGatherUntil(again, KtDelimiterSet(";"), loud), Overflow) << label;
+                continue;
+            }
+            EXPECT_EQ(std::string(b, e), r.span) << label;
+            EXPECT_EQ(kttest::drain(in), r.left) << label;
+        }
+    }
+    char word[] = "Via \t ";
+    EXPECT_EQ(KtScanner::sTrimBlanksEnd(word, 6), 3u);
+    EXPECT_STREQ(word, "Via");
 }

@@ -1,0 +1,44 @@
+// The SIP character sets and the table of common words.
+#include "KtSipLexer.h"
+
+#include "KtStringTable.h"
+
+const KtDelimiterSet& KtSipLexer::sTokenSeparators() {
+    static const KtDelimiterSet sSet(" \t\r\n\\\"()<>@,;:/[]?={}");
+    return sSet;
+}
+
+const KtDelimiterSet& KtSipLexer::sListSeparators() {
+    static const KtDelimiterSet sSet(", \t\r\n");
+    return sSet;
+}
+
+const KtDelimiterSet& KtSipLexer::sMethodSeparators() {
+    static const KtDelimiterSet sSet(" \t\r\n\"()<>@,;:/[]?={}");
+    return sSet;
+}
+
+const KtDelimiterSet& KtSipLexer::sWhiteSeparators() {
+    static const KtDelimiterSet sSet(" \t\r\n");
+    return sSet;
+}
+
+const KtStringTable& KtSipLexer::sCommonWords() {
+    static const KtStringTable sTable{
+        // methods
+        "INVITE", "ACK", "BYE", "CANCEL", "OPTIONS", "REGISTER", "PRACK", "UPDATE", "REFER", "SUBSCRIBE",
+        "NOTIFY", "INFO", "MESSAGE", "PUBLISH",
+        // option tags
+        "100rel", "timer", "replaces", "path", "gruu", "outbound", "norefersub", "precondition", "eventlist",
+        "from-change", "histinfo", "join", "privacy", "sec-agree", "tdialog", "resource-priority", "answermode",
+        // media types and subtypes
+        "application", "text", "multipart", "message", "audio", "video", "image", "sdp", "plain", "html", "xml",
+        "pidf+xml", "xpidf+xml", "cpim-pidf+xml", "dialog-info+xml", "reginfo+xml", "watcherinfo+xml",
+        "rlmi+xml", "simple-message-summary", "im-iscomposing+xml", "sipfrag", "mixed", "related",
+        "alternative", "json",
+        // event packages
+        "presence", "dialog", "message-summary", "refer", "reg", "conference", "presence.winfo",
+        // encodings, dispositions and languages
+        "gzip", "deflate", "identity", "session", "render", "icon", "alert", "en", "en-US", "de", "fr", "es"};
+    return sTable;
+}
