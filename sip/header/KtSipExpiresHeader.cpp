@@ -5,7 +5,9 @@
 #include <climits>
 #include <cstdlib>
 
-#include "KtStreamTokenizer.h"
+#include "KtScannerBuffer.h"
+#include "KtSipLexer.h"
+#include "KtStringTable.h"
 
 TORVANE_FILE_LOGGER("calvoran.kt.KtSipExpiresHeader")
 
@@ -15,47 +17,36 @@ namespace {
 const char kInvalidExpires[] = "Invalid Expires header";
 const char kEndOfFile[] = "un-expecting end of file when parsing KtSipExpiresHeader";
 
-const KtDelimiterSet& lineEnd() {
-    static const KtDelimiterSet sSet("\r\n");
-    return sSet;
-}
+// A delta ends at a space or the line end (a tab does not end it).
+constexpr KtDelimiterSet kDeltaStops(" \r\n");
 }  // namespace
 
 void KtSipExpiresHeader::parseDate(KtInputStream& in) {
-    KtString text;
-    text.mutableBuffer()->parse(in, lineEnd());
-    text.trim();
+    const KtString text = KtStringTable::sParseWord(in, KtSipLexer::sLineEnd(), true);
     if (text.empty()) KtSipParseError::sThrow(kInvalidExpires);
     setDateText(text.c_str(), kInvalidExpires);
 }
 
 void KtSipExpiresHeader::doParse(KtInputStream& in) {
     TORVANE_TRACE_SCOPE(fileLogger(), "KtSipExpiresHeader::doParse");
-    KtStreamTokenizer::sDiscardWhite(in);
-    int c = in.peek();
-    if (c < '0' || c > '9') {
+    KtSipLexer::sSkipBlanks(in);
+    if (!KtSipLexer::sIsDigit(in.peek())) {
         parseDate(in);
         return;
     }
     in.mark(DELTA_BUFFER_SIZE);
-    char buffer[DELTA_BUFFER_SIZE];
-    unsigned length = 0;
-    for (;;) {
-        if (length == DELTA_BUFFER_SIZE) KtSipParseError::sThrow(kEndOfFile);
-        c = in.peek();
-        if (c < 0) KtSipParseError::sThrow(kEndOfFile);
-        if (c == ' ' || c == '\r' || c == '\n') break;
-        buffer[length++] = static_cast<char>(c);
-        in.read();
-    }
-    buffer[length] = '\0';  // length < DELTA_BUFFER_SIZE here
-    KtStreamTokenizer::sDiscardWhite(in);
-    c = in.peek();
+    // The delta and its NUL fit in DELTA_BUFFER_SIZE bytes; a longer one, or one the input
+    // ends in, is refused.
+    KtScannerBuffer delta([] { KtSipParseError::sThrow(kEndOfFile); }, DELTA_BUFFER_SIZE - 1);
+    KtSipLexer::sGatherUntil(in, kDeltaStops, delta);
+    if (in.peek() < 0) KtSipParseError::sThrow(kEndOfFile);
+    KtSipLexer::sSkipBlanks(in);
+    const int c = in.peek();
     if (c == '\r' || c == '\n' || c < 0) {
         // Delta seconds. Values beyond the signed 32-bit range are capped (RFC 3261 20.19
         // treats over-large values as the largest one).
         errno = 0;
-        long value = std::strtol(buffer, nullptr, 10);
+        long value = std::strtol(delta.c_str(), nullptr, 10);
         if (errno == ERANGE || value > INT_MAX) value = INT_MAX;
         setSecondsValue(value);
         return;

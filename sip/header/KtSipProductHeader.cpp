@@ -1,7 +1,7 @@
 // The product/version/comment header shape (Server, User-Agent).
 #include "KtSipProductHeader.h"
 
-#include "KtStreamTokenizer.h"
+#include "KtSipLexer.h"
 #include "KtStringTable.h"
 
 TORVANE_FILE_LOGGER("calvoran.kt.KtSipProductHeader")
@@ -13,16 +13,15 @@ void KtSipProductHeader::doParse(KtInputStream& in) {
     m_Product = product.empty() ? KtString() : std::move(product);
     m_Version.clear();
     m_Comment.clear();
-    KtStreamTokenizer::sDiscardWhite(in);
+    KtSipLexer::sSkipBlanks(in);
     const int c = in.peek();
     if (c == '/') {
         in.read();
         KtString version = KtStringTable::sParseWord(in, syntax.versionStops, true);
         if (!version.empty()) m_Version = std::move(version);
     } else if (c == '(') {
-        static const KtDelimiterSet sCommentStops(")\r\n");
         in.read();
-        KtString comment = KtStringTable::sParseWord(in, sCommentStops, true);
+        KtString comment = KtStringTable::sParseWord(in, KtSipLexer::sCommentEnd(), true);
         if (in.peek() == ')') in.read();
         m_Comment = comment.empty() ? KtString() : std::move(comment);
     }

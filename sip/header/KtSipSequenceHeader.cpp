@@ -1,7 +1,7 @@
 // The sequence-numbers-and-method header shape.
 #include "KtSipSequenceHeader.h"
 
-#include "KtSipTokenHeader.h"
+#include "KtSipLexer.h"
 #include "KtStreamTokenizer.h"
 #include "KtStringTable.h"
 
@@ -13,7 +13,7 @@ void KtSipSequenceHeader::doParse(KtInputStream& in) {
     unsigned numbers[MAX_NUMBERS] = {0, 0};
     for (unsigned i = 0; i < syntax.numbers; ++i)
         if (!KtStreamTokenizer::sGetUnsigned(in, numbers[i])) KtSipParseError::sThrow(syntax.parseError);
-    KtString method = KtSipTokenHeader::sCommonWords().parse(in, KtSipTokenHeader::sMethodSeparators(), false);
+    KtString method = KtSipLexer::sCommonWords().parse(in, KtSipLexer::sMethodSeparators(), false);
     if (method.empty()) KtSipParseError::sThrow(syntax.parseError);
     for (unsigned i = 0; i < syntax.numbers; ++i) m_Numbers[i] = numbers[i];
     m_Method = KtConstString(std::move(method));

@@ -3,13 +3,14 @@
 
 #include <cstdio>
 
+#include "KtSipLexer.h"
+
 TORVANE_FILE_LOGGER("calvoran.kt.KtSipWarningHeader")
 
 KT_SIP_HEADER_REGISTER(KtSipWarningHeader, "Warning")
 
 namespace {
 constexpr KtDelimiterSet kWordStops(" \r\n");
-constexpr KtDelimiterSet kLineEnd("\r\n");
 }  // namespace
 
 KtSipWarningHeader::KtSipWarningHeader(unsigned code, const char* agent, const char* text) {
@@ -31,7 +32,7 @@ void KtSipWarningHeader::doParse(KtInputStream& in) {
     KtString agent;
     agent.mutableBuffer()->parse(in, kWordStops);
     KtString text;
-    text.mutableBuffer()->parse(in, kLineEnd);
+    text.mutableBuffer()->parse(in, KtSipLexer::sLineEnd());
     text.trim();
     // A quoted text loses its first and last character (the quotes).
     if (text.c_str()[0] == '"') {
