@@ -36,7 +36,8 @@ void KtSipRetryAfterHeader::doParse(KtInputStream& in) {
 
     char text[MAX_TEXT + 1];
     int length = KtSipLexer::sReadBounded(in, kDateStops, text, sizeof text);
-    if (length <= 0 || KtSipLexer::sTrimBlanksEnd(text, static_cast<unsigned>(length)) == 0) KtSipParseError::sThrow(kInvalid);
+    if (length <= 0 || KtSipLexer::sTrimBlanksEnd(text, static_cast<unsigned>(length)) == 0)
+        KtSipParseError::sThrow(kInvalid);
     setDateText(text, "Invalid Date in Retry-After header");
 
     KtSipLexer::sSkipBlanks(in);

@@ -12,4 +12,5 @@ namespace {
 constexpr KtDelimiterSet kProductStops(" /(\r\n\t");
 }  // namespace
 
-KT_SIP_PRODUCT_HEADER_SYNTAX(KtSipServerHeader, kProductStops, KtSipLexer::sLineEnd(), "Error serializing KtSipServerHeader")
+KT_SIP_PRODUCT_HEADER_SYNTAX(KtSipServerHeader, kProductStops, KtSipLexer::sLineEnd(),
+                             "Error serializing KtSipServerHeader")
