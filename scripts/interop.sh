@@ -34,6 +34,8 @@ set -uo pipefail
 
 ROOT=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 SCENARIOS=$ROOT/tests/interop
+# shellcheck source=tests/interop/wait-listening.sh
+source "$SCENARIOS/wait-listening.sh"
 KTSIP=${1:-${KTSIP:-build/tools/ktsip/ktsip}}
 PORT=${KTSIP_INTEROP_PORT:-15060}
 CLIENT_PORT=${KTSIP_INTEROP_CLIENT_PORT:-15061}
@@ -81,12 +83,7 @@ echo "==> ktsip serve on 127.0.0.1:$PORT (udp and tcp), sipp $(sipp -v 2>/dev/nu
 "$KTSIP" serve --bind 127.0.0.1 --port "$PORT" --threads 2 --realm ktsip-interop \
   --user "$USER_NAME:$USER_SECRET" --json >"$WORK/server.json" 2>"$WORK/server.log" &
 SERVER_PID=$!
-for _ in $(seq 50); do
-  grep -q "listening on" "$WORK/server.log" 2>/dev/null && break
-  kill -0 "$SERVER_PID" 2>/dev/null || break
-  sleep 0.1
-done
-if ! grep -q "listening on" "$WORK/server.log" 2>/dev/null; then
+if ! wait_listening "$WORK/server.log" "$SERVER_PID"; then
   echo "interop: the server did not start:" >&2
   cat "$WORK/server.log" >&2
   failures=1

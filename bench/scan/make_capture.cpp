@@ -15,6 +15,8 @@
 
 #include "CaptureWriter.h"
 
+using kttest::CaptureWriter;
+
 namespace {
 
 std::string sdp(const std::string& host, int port) {

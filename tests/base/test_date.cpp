@@ -20,6 +20,8 @@ TEST(KtDate, ParsesAcceptedForms) {
         {"Sat, 31 Dec 2039 23:59:60 GMT", 2208988800, "Sun, 01 Jan 2040 00:00:00 GMT"},
         {"Wed, 31 Dec 1969 23:59:59 GMT", -1, "Wed, 31 Dec 1969 23:59:59 GMT"},
         {"Fri, 13 Dec 1901 20:45:51 GMT", -2147483649LL, "Fri, 13 Dec 1901 20:45:51 GMT"},
+        {"Tue, 19 Jan 2038 03:14:07 GMT", 2147483647LL, "Tue, 19 Jan 2038 03:14:07 GMT"},
+        {"Thu, 31 Dec 2099 23:59:59 GMT", 4102444799LL, "Thu, 31 Dec 2099 23:59:59 GMT"},
         {"Fri, 31 Dec 9999 23:59:59 GMT", 253402300799LL, "Fri, 31 Dec 9999 23:59:59 GMT"},
         {"Sat, 01 Jan 0000 00:00:00 GMT", -62167219200LL, "Sat, 01 Jan 0000 00:00:00 GMT"},
     };
@@ -27,6 +29,9 @@ TEST(KtDate, ParsesAcceptedForms) {
         KtDate date;
         ASSERT_NO_THROW(date.constructKtDate(r.text)) << r.text;
         EXPECT_EQ(date.getTime(), r.time) << r.text;
+        KtDate same;
+        same.setTime(r.time);
+        EXPECT_TRUE(date == same) << r.text;
         char out[KtDate::TEXT_LENGTH + 1];
         date.getKtDate(out);
         EXPECT_STREQ(out, r.printed) << r.text;
@@ -40,19 +45,26 @@ static bool fitsTimeT(long long t) {
     return static_cast<long long>(static_cast<std::time_t>(t)) == t;
 }
 
-// The written form agrees with a reference made by strftime-like formatting of gmtime, for
-// times spread over the years 0 to 12000 (past 9999 the text is cut to TEXT_LENGTH); up to
-// 9999 the text parses back to the same time.
-TEST(KtDate, PrintingAgreesWithGmtimeOverTheYears) {
+// Against a reference made from gmtime's fields, for times spread over the years 0 to 12000
+// (leap days and centuries included): the written form agrees (past 9999 the text is cut to
+// TEXT_LENGTH), and up to 9999 it parses back to the same time, as does the reference written
+// with a bare day, months in any case and no day name.
+TEST(KtDate, PrintingAndParsingAgreeWithGmtimeOverTheYears) {
     const long long kFirst = -62167219200LL;  // 0000-01-01T00:00:00Z
+    const long long kEnd = 253402300800LL;    // 10000-01-01T00:00:00Z
     const long long kLast = 316592972800LL;   // about 12002-01-01
+    static const char* const days[] = {"Sun", "Mon", "Tue", "Wed", "Thu", "Fri", "Sat"};
+    static const char* const months[] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
+                                         "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
+    static const char* const oddMonths[] = {"jan", "FEB", "Mar", "apR", "May", "jUN",
+                                            "Jul", "aug", "SEP", "Oct", "nOv", "Dec"};
     unsigned compared = 0;
-    for (long long t = kFirst; t < kLast; t += 86400LL * 397 + 3671) {
+    for (long long t = kFirst; t < kLast; t += 86400LL * 53 + 3671) {
         KtDate date;
         date.setTime(t);
         char out[KtDate::TEXT_LENGTH + 1];
         date.getKtDate(out);
-        if (t < 253402300800LL) {
+        if (t < kEnd) {
             KtDate back;
             ASSERT_NO_THROW(back.constructKtDate(out)) << out;
             ASSERT_EQ(back.getTime(), t) << out;
@@ -62,41 +74,21 @@ TEST(KtDate, PrintingAgreesWithGmtimeOverTheYears) {
         const std::time_t time = static_cast<std::time_t>(t);
         struct tm parts;
         ASSERT_NE(gmtime_r(&time, &parts), nullptr);
-        static const char* const days[] = {"Sun", "Mon", "Tue", "Wed", "Thu", "Fri", "Sat"};
-        static const char* const months[] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
-                                             "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
         char expected[64];
         std::snprintf(expected, sizeof expected, "%s, %02d %s %04d %02d:%02d:%02d GMT", days[parts.tm_wday],
                       parts.tm_mday, months[parts.tm_mon], parts.tm_year + 1900, parts.tm_hour, parts.tm_min,
                       parts.tm_sec);
         expected[KtDate::TEXT_LENGTH] = '\0';
         ASSERT_STREQ(out, expected) << t;
-    }
-    EXPECT_GE(compared, sizeof(std::time_t) >= 8 ? 9000u : 120u);
-}
-
-// Parsing gives back the time a reference text was made from (gmtime's fields), for times
-// spread over the years 0 to 9999, leap days and centuries included.
-TEST(KtDate, ParsingAgreesWithGmtimeOverTheYears) {
-    const long long kFirst = -62167219200LL;  // 0000-01-01T00:00:00Z
-    const long long kLast = 253402300800LL;   // 10000-01-01T00:00:00Z
-    unsigned compared = 0;
-    for (long long t = kFirst; t < kLast; t += 86400LL * 53 + 3671) {
-        if (!fitsTimeT(t)) continue;
-        ++compared;
-        const std::time_t time = static_cast<std::time_t>(t);
-        struct tm parts;
-        ASSERT_NE(gmtime_r(&time, &parts), nullptr);
-        static const char* const months[] = {"jan", "FEB", "Mar", "apR", "May", "jUN",
-                                             "Jul", "aug", "SEP", "Oct", "nOv", "Dec"};
+        if (t >= kEnd) continue;
         char text[64];
-        std::snprintf(text, sizeof text, "%d %s %04d %02d:%02d:%02d GMT", parts.tm_mday, months[parts.tm_mon],
+        std::snprintf(text, sizeof text, "%d %s %04d %02d:%02d:%02d GMT", parts.tm_mday, oddMonths[parts.tm_mon],
                       parts.tm_year + 1900, parts.tm_hour, parts.tm_min, parts.tm_sec);
-        KtDate date;
-        ASSERT_NO_THROW(date.constructKtDate(text)) << text;
-        ASSERT_EQ(date.getTime(), t) << text;
+        KtDate parsed;
+        ASSERT_NO_THROW(parsed.constructKtDate(text)) << text;
+        ASSERT_EQ(parsed.getTime(), t) << text;
     }
-    EXPECT_GE(compared, sizeof(std::time_t) >= 8 ? 60000u : 900u);
+    EXPECT_GE(compared, sizeof(std::time_t) >= 8 ? 70000u : 900u);
 }
 
 TEST(KtDate, RejectsMalformedText) {
@@ -119,17 +111,7 @@ TEST(KtDate, RejectsMalformedText) {
     EXPECT_THROW(date.constructKtDate(nullptr), KtException);
 }
 
-TEST(KtDate, PrintThenParseRoundTrips) {
-    for (long long t : {0LL, 1LL, 784111777LL, 951782400LL, 2147483647LL, 4102444799LL, 253402300799LL}) {
-        KtDate a;
-        a.setTime(t);
-        char text[KtDate::TEXT_LENGTH + 1];
-        a.getKtDate(text);
-        EXPECT_EQ(std::string(text).size(), KtDate::TEXT_LENGTH) << text;
-        KtDate b;
-        b.constructKtDate(text);
-        EXPECT_TRUE(a == b) << text;
-    }
+TEST(KtDate, InitGoesBackToTheEpoch) {
     KtDate d;
     d.setTime(1234);
     d.init();

@@ -10,6 +10,8 @@
 #include <stdexcept>
 #include <string>
 
+namespace kttest {
+
 class CaptureWriter {
 public:
     /// TCP flag bits.
@@ -137,5 +139,7 @@ private:
     pcap_dumper_t* m_Dump = nullptr;
     std::int64_t m_Time = 1700000000000000;
 };
+
+}  // namespace kttest
 
 #endif

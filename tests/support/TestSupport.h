@@ -1,9 +1,12 @@
 // Helpers shared by every test program: the message of a thrown exception, the text an
-// object writes, a stream over a string and what is left of it, a silenced error stream.
+// object writes, a stream over a string and what is left of it, the bytes of a file, a
+// silenced error stream.
 #ifndef KTSIP_TEST_SUPPORT_H
 #define KTSIP_TEST_SUPPORT_H
 
 #include <cstring>
+#include <fstream>
+#include <iterator>
 #include <string>
 #include <utility>
 #include <vector>
@@ -50,6 +53,12 @@ inline KtByteArrayInputStream streamOf(const char* text) {
     return KtByteArrayInputStream(text, static_cast<unsigned>(std::strlen(text)));
 }
 KtByteArrayInputStream streamOf(std::string&&) = delete;  // would outlive its text
+
+/// The bytes of the file at `path` ("" when it cannot be read).
+inline std::string readFile(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
 
 /// The bytes of `in` not read yet.
 inline std::string rest(const KtInputStream& in) { return std::string(in.current(), in.end()); }

@@ -2,43 +2,21 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdio>
-#include <fstream>
 #include <nlohmann/json.hpp>
 #include <string>
-#include <sys/wait.h>
-#include <unistd.h>
 #include <vector>
+
+#include "ToolTestSupport.h"
 
 using nlohmann::json;
 
 namespace {
 
-struct Result { int status; std::string out; };
-
-std::string quote(const std::string& s) {
-    std::string q = "'";
-    for (char c : s) q += c == '\'' ? std::string("'\\''") : std::string(1, c);
-    return q + "'";
-}
-
-// Runs the tool; `redirect` says what becomes of standard error (and output).
-Result ktsip(const std::vector<std::string>& args, const char* redirect = " 2>/dev/null") {
-    std::string command = quote(KTSIP_TOOL_PATH);
-    for (const auto& a : args) command += " " + quote(a);
-    command += redirect;
-    Result r{-1, ""};
-    FILE* p = popen(command.c_str(), "r");
-    if (!p) return r;
-    char buf[4096];
-    for (std::size_t n; (n = fread(buf, 1, sizeof(buf), p)) > 0;) r.out.append(buf, n);
-    int st = pclose(p);
-    r.status = WIFEXITED(st) ? WEXITSTATUS(st) : -1;
-    return r;
-}
+using kttest::runTool;
+using kttest::scratchFile;
 
 json ktsipJson(const std::vector<std::string>& args, int expectedStatus = 0) {
-    Result r = ktsip(args);
+    const kttest::ToolRun r = runTool(args);
     EXPECT_EQ(r.status, expectedStatus) << r.out;
     return json::parse(r.out);
 }
@@ -46,15 +24,6 @@ json ktsipJson(const std::vector<std::string>& args, int expectedStatus = 0) {
 // Each member of `expected` has its value in `actual`; other members are not looked at.
 void expectFields(json actual, const json& expected) {
     for (const auto& item : expected.items()) EXPECT_EQ(actual[item.key()], item.value()) << item.key();
-}
-
-std::string tempFile(const std::string& bytes) {
-    char name[] = "/tmp/ktsip-cli-XXXXXX";
-    int fd = mkstemp(name);
-    EXPECT_GE(fd, 0);
-    EXPECT_EQ(write(fd, bytes.data(), bytes.size()), static_cast<ssize_t>(bytes.size()));
-    close(fd);
-    return name;
 }
 
 }  // namespace
@@ -75,7 +44,7 @@ TEST(KtsipHeader, ChainsUnknownHeadersRawBytesAndFailures) {
 }
 
 TEST(KtsipTool, UsageErrorsExitTwoWithOneLineNamingTheCulprit) {
-    const std::string nineBytes = tempFile("123456789");
+    const std::string nineBytes = scratchFile("123456789");
     // arguments; a text the line on standard error must contain
     struct Row { std::vector<std::string> args; std::string names; } rows[] = {
         {{"nosuchcommand"}, "nosuchcommand"}, {{}, "COMMAND"}, {{"header"}, "LINE"},
@@ -91,21 +60,21 @@ TEST(KtsipTool, UsageErrorsExitTwoWithOneLineNamingTheCulprit) {
         {{"derive", "response", "2x", nineBytes}, "CODE"}};
     for (const Row& r : rows) {
         const std::string label = r.args.empty() ? "(none)" : r.args[0] + " " + r.args.back();
-        Result err = ktsip(r.args, " 2>&1 >/dev/null");
+        const kttest::ToolRun err = runTool(r.args, " 2>&1 >/dev/null");
         EXPECT_EQ(err.status, 2) << label;
         EXPECT_NE(err.out.find(r.names), std::string::npos) << label << ": " << err.out;
         EXPECT_EQ(std::count(err.out.begin(), err.out.end(), '\n'), 1) << label << ": " << err.out;
-        EXPECT_EQ(ktsip(r.args).out, "") << label;
+        EXPECT_EQ(runTool(r.args).out, "") << label;
     }
 }
 
 TEST(KtsipTool, HelpOfEachCommandExitsZero) {
     for (const char* command : {"parse", "header", "uri", "address", "reason", "derive", "digest", "serve"}) {
-        Result r = ktsip({command, "--help"});
+        const kttest::ToolRun r = runTool({command, "--help"});
         EXPECT_EQ(r.status, 0) << command;
         EXPECT_NE(r.out.find(std::string("Usage: ktsip ") + command), std::string::npos) << r.out;
     }
-    Result r = ktsip({"--help"});
+    const kttest::ToolRun r = runTool({"--help"});
     EXPECT_EQ(r.status, 0);
     EXPECT_NE(r.out.find("derive"), std::string::npos) << r.out;
 }
@@ -115,7 +84,7 @@ TEST(KtsipReason, PhrasesAndFallbacks) {
     EXPECT_EQ(j["reasons"], json::parse(R"([{"code":180,"reason":"Ringing"},{"code":412,"reason":"Unknown 400 Class Response"},
         {"code":-5,"reason":"Unknown Response"},{"code":699,"reason":"Unknown 600 Class Response"}])"));
     // A negative number is an operand, also in first place.
-    Result r = ktsip({"reason", "-5", "200", "604"});
+    const kttest::ToolRun r = runTool({"reason", "-5", "200", "604"});
     EXPECT_EQ(r.out, "-5 Unknown Response\n200 Ok\n604 Does not exist anywhere\n");
 }
 
@@ -144,7 +113,7 @@ TEST(KtsipParse, RequestFieldsKeyAndText) {
         "INVITE sip:bob@b.example SIP/2.0\r\nVia: SIP/2.0/UDP a.example:5070;branch=z9hG4bK1\r\n"
         "To: <sip:bob@b.example>\r\nFrom: <sip:alice@a.example:5070>;tag=88\r\nCall-ID: c1\r\nCSeq: 4 INVITE\r\n"
         "Content-Length: 4\r\n\r\nbody";
-    json j = ktsipJson({"parse", "--json", tempFile(invite)});
+    json j = ktsipJson({"parse", "--json", scratchFile(invite)});
     expectFields(j, json::parse(R"({"class": "KtSipInviteMessage", "request": true, "method": "INVITE",
         "uri": "sip:bob@b.example", "code": null, "version": [2, 0], "status": 0, "valid": true,
         "key": "bobb.example5060alicea.example507088a.example5070z9hG4bK1c14", "key_error": null,
@@ -154,21 +123,21 @@ TEST(KtsipParse, RequestFieldsKeyAndText) {
     EXPECT_EQ(j["text"], invite);
     // --max-bytes admits input of exactly its size; --log-level may follow the command.
     const std::string size = std::to_string(invite.size());
-    EXPECT_EQ(ktsipJson({"parse", "--max-bytes", size, "--log-level", "off", "--json", tempFile(invite)})["text"],
+    EXPECT_EQ(ktsipJson({"parse", "--max-bytes", size, "--log-level", "off", "--json", scratchFile(invite)})["text"],
               invite);
-    EXPECT_EQ(ktsip({"parse", "--max-bytes", std::to_string(invite.size() - 1), tempFile(invite)}).status, 2);
+    EXPECT_EQ(runTool({"parse", "--max-bytes", std::to_string(invite.size() - 1), scratchFile(invite)}).status, 2);
 }
 
 TEST(KtsipParse, ResponsesCrlfConversionAndTheLogArray) {
     const std::string response = "SIP/2.0 180 Ringing\nVia: SIP/2.0/UDP a.example;branch=z9hG4bK1\n"
                                  "To: <sip:bob@b.example>;tag=9\nFrom: <sip:alice@a.example>;tag=88\nCall-ID: c1\n"
                                  "CSeq: 4 INVITE\nCSeq: x\nContent-Length: 0\n\n";
-    json j = ktsipJson({"parse", "--json", "--crlf", tempFile(response)});
+    json j = ktsipJson({"parse", "--json", "--crlf", scratchFile(response)});
     expectFields(j, json::parse(R"({"class": "KtSipResponse", "code": 180, "reason": "Ringing", "method": null,
         "status": 1, "valid": false,
         "log": ["Caught KtException from KtSipHeader::sConstructFrom(): Invalid CSeq header"]})"));
     EXPECT_FALSE(j["key"].is_null());
-    expectFields(ktsipJson({"parse", "--json", tempFile("\r\n\r\n")}, 1),
+    expectFields(ktsipJson({"parse", "--json", scratchFile("\r\n\r\n")}, 1),
                  {{"exception", "KtSipParseKeepAliveException"}, {"message", "Keep-alive datagram encountered"}});
 }
 
@@ -197,7 +166,7 @@ TEST(KtsipDigest, AnswerThenVerify) {
 }
 
 TEST(KtsipDerive, BuildsFromTheParsedMessageAndReportsFailures) {
-    const std::string invite = tempFile(
+    const std::string invite = scratchFile(
         "INVITE sip:bob@b.example SIP/2.0\nVia: SIP/2.0/UDP a.example:5070;branch=z9hG4bK1\n"
         "Record-Route: <sip:p1.example;lr>\nFrom: <sip:alice@a.example:5070>;tag=88\nTo: <sip:bob@b.example>\n"
         "Call-ID: c1\nCSeq: 4 INVITE\nContent-Length: 0\n\n");
@@ -226,18 +195,18 @@ TEST(KtsipDerive, BuildsFromTheParsedMessageAndReportsFailures) {
 
     // A request whose Via could not be read (status 1) still gets its response; the
     // failed check of the response is a warning on standard error, not a failure.
-    const std::string broken = tempFile(
+    const std::string broken = scratchFile(
         "OPTIONS sip:bob@b.example SIP/2.0\nVia: x\nFrom: <sip:a@a.example>;tag=1\nTo: <sip:bob@b.example>\n"
         "Call-ID: c2\nCSeq: 1 OPTIONS\nContent-Length: 0\n\n");
     json warned = ktsipJson({"derive", "--json", "--crlf", "response", "200", broken});
     EXPECT_EQ(warned["status"], 2);
     EXPECT_EQ(warned["log"].size(), 1u);
     const std::string stderrText =
-        ktsip({"--log-level", "warn", "derive", "--crlf", "response", "200", broken}, " 2>&1 >/dev/null").out;
+        runTool({"--log-level", "warn", "derive", "--crlf", "response", "200", broken}, " 2>&1 >/dev/null").out;
     EXPECT_NE(stderrText.find("missing Via header in SIP response :"), std::string::npos) << stderrText;
 
-    EXPECT_EQ(ktsipJson({"derive", "--json", "cancel", tempFile("\r\n")}, 1)["exception"], "KtSipParseKeepAliveException");
+    EXPECT_EQ(ktsipJson({"derive", "--json", "cancel", scratchFile("\r\n")}, 1)["exception"], "KtSipParseKeepAliveException");
     for (const auto& bad : std::vector<std::vector<std::string>>{
              {"derive"}, {"derive", "reply", invite}, {"derive", "response", invite}, {"derive", "bye", "--body", "x", invite}})
-        EXPECT_EQ(ktsip(bad).status, 2) << bad.back();
+        EXPECT_EQ(runTool(bad).status, 2) << bad.back();
 }

@@ -2,10 +2,8 @@
 // IPv6, TCP reassembly, IP fragments, packets that are not SIP, damaged captures.
 #include <gtest/gtest.h>
 
-#include <sys/wait.h>
 #include <unistd.h>
 
-#include <cstdio>
 #include <functional>
 #include <nlohmann/json.hpp>
 #include <sstream>
@@ -13,7 +11,10 @@
 #include <vector>
 
 #include "CaptureWriter.h"
+#include "TestSupport.h"
+#include "ToolTestSupport.h"
 
+using kttest::CaptureWriter;
 using nlohmann::json;
 
 namespace {
@@ -51,29 +52,14 @@ struct Output {
     json summary;
 };
 
-// Standard output of the tool run with `arguments` (standard error dropped), and its status.
-std::string ktsip(const std::string& arguments, int* status = nullptr) {
-    std::string text;
-    FILE* p = popen((std::string(KTSIP_TOOL_PATH) + " " + arguments + " 2>/dev/null").c_str(), "r");
-    if (p == nullptr) return text;
-    char buf[4096];
-    for (std::size_t n; (n = fread(buf, 1, sizeof buf, p)) > 0;) text.append(buf, n);
-    const int st = pclose(p);
-    if (status != nullptr) *status = WIFEXITED(st) ? WEXITSTATUS(st) : -1;
-    return text;
-}
-
-void writeFile(const char* path, const std::string& bytes) {
-    FILE* f = fopen(path, "wb");
-    fwrite(bytes.data(), 1, bytes.size(), f);
-    fclose(f);
-}
-
 Output scan(const std::string& path, const std::vector<std::string>& options = {}) {
-    std::string arguments = "scan --json";
-    for (const auto& o : options) arguments += " '" + o + "'";
+    std::vector<std::string> args = {"scan", "--json"};
+    args.insert(args.end(), options.begin(), options.end());
+    args.push_back(path);
+    const kttest::ToolRun run = kttest::runTool(args);
     Output out;
-    std::istringstream lines(ktsip(arguments + " " + path, &out.status));
+    out.status = run.status;
+    std::istringstream lines(run.out);
     for (std::string line; std::getline(lines, line);) {
         json j = json::parse(line);
         if (j.contains("summary"))
@@ -213,14 +199,13 @@ TEST(KtsipScan, FindsEverySipMessageOnceInOrder) {
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
-        char path[] = "/tmp/ktsip-scan-XXXXXX";
-        close(mkstemp(path));
+        const std::string path = kttest::scratchFile("");
         {
             CaptureWriter writer(path, c.linkType);
             c.write(writer);
         }
         const Output out = scan(path, c.options);
-        unlink(path);
+        unlink(path.c_str());
         EXPECT_EQ(out.status, 0);
         ASSERT_EQ(out.messages.size(), c.messages.size());
         for (std::size_t i = 0; i < c.messages.size(); ++i) {
@@ -239,19 +224,12 @@ TEST(KtsipScan, FindsEverySipMessageOnceInOrder) {
 }
 
 TEST(KtsipScan, DamagedCapturesEndWithWhatWasReadAndExitOne) {
-    char path[] = "/tmp/ktsip-scan-XXXXXX";
-    close(mkstemp(path));
+    const std::string path = kttest::scratchFile("");
     {
         CaptureWriter writer(path, DLT_EN10MB);
         for (int i = 0; i < 3; ++i) writer.packet(udp4(kBye));
     }
-    std::string whole;
-    {
-        FILE* f = fopen(path, "rb");
-        char buf[4096];
-        for (std::size_t n; (n = fread(buf, 1, sizeof buf, f)) > 0;) whole.append(buf, n);
-        fclose(f);
-    }
+    const std::string whole = kttest::readFile(path);
     const std::size_t record = (whole.size() - 24) / 3;  // 16-byte header + frame
     std::string hugeLength = whole;
     hugeLength[24 + 2 * record + 8] = '\x7f';  // caplen of the third record far past the snapshot length
@@ -270,18 +248,18 @@ TEST(KtsipScan, DamagedCapturesEndWithWhatWasReadAndExitOne) {
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
-        writeFile(path, c.bytes);
+        kttest::scratchFile(c.bytes, path);
         const Output out = scan(path);
         EXPECT_EQ(out.status, c.status);
         EXPECT_EQ(out.messages.size(), c.messages);
         EXPECT_EQ(out.summary.is_null(), c.status == 2);
     }
     // The readable form: one line per message, then the summary.
-    writeFile(path, whole);
-    int status = -1;
-    const std::string text = ktsip(std::string("scan ") + path, &status);
-    EXPECT_EQ(status, 0);
-    unlink(path);
+    kttest::scratchFile(whole, path);
+    const kttest::ToolRun run = kttest::runTool({"scan", path});
+    EXPECT_EQ(run.status, 0);
+    unlink(path.c_str());
+    const std::string& text = run.out;
     EXPECT_NE(text.find("3 22:13:20.003000 192.0.2.1:5070 -> 192.0.2.2:5060 udp BYE sip:bob@b.example SIP/2.0\n"),
               std::string::npos)
         << text;
@@ -299,8 +277,7 @@ TEST(KtsipScan, EachMessageCarriesWhatParseReports) {
         "REGISTER sip:r SIP/2.0\r\nVia: SIP/2.0/UDP h;branch=z9hG4bK1\r\nFrom: <sip:a@r>;tag=1\r\n"
         "To: <sip:a@r>\r\nCall-ID: x\r\nCSeq: 1 REGISTER\r\nAuthorization: Digest username=\"a\",realm=\"r\","
         "nonce=\"n\",uri=\"sip:r\",algorithm=SHA-256\r\nContent-Length: 0\r\n\r\n"};
-    char path[] = "/tmp/ktsip-scan-XXXXXX";
-    close(mkstemp(path));
+    const std::string path = kttest::scratchFile("");
     {
         CaptureWriter writer(path, DLT_EN10MB);
         for (const std::string& p : payloads) writer.packet(udp4(p));
@@ -308,10 +285,10 @@ TEST(KtsipScan, EachMessageCarriesWhatParseReports) {
     const Output out = scan(path);
     ASSERT_EQ(out.messages.size(), payloads.size());
     for (std::size_t i = 0; i < payloads.size(); ++i) {
-        writeFile(path, payloads[i]);
         json scanned = out.messages[i];
         for (const char* field : {"frame", "time", "src", "dst", "transport"}) scanned.erase(field);
-        EXPECT_EQ(scanned, json::parse(ktsip(std::string("parse --json ") + path))) << i;
+        EXPECT_EQ(scanned, json::parse(kttest::runTool({"parse", "--json", kttest::scratchFile(payloads[i], path)}).out))
+            << i;
     }
-    unlink(path);
+    unlink(path.c_str());
 }

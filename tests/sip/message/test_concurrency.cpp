@@ -149,28 +149,4 @@ TEST(Concurrency, SharedMessageUnderItsMutex) {
     EXPECT_EQ(key, shared->createKey().c_str());
 }
 
-TEST(Concurrency, HeadersAndParameterListsSharedForReading) {
-    QuietErrors quiet;
-    KtHandle<KtSipMessage> message = parse(sampleMessages()[2]);
-    const std::string text = wire(*message);
-    KtHandle<KtSipHeader> contacts = message->mGetHeader("Contact");
-    ASSERT_FALSE(contacts.isNil());
-    ASSERT_FALSE(contacts->getNext().isNil());
-
-    std::atomic<int> failures(0);
-    runThreads(4, [&](int, int) {
-        if (wire(*message) != text) ++failures;
-        int count = 0;
-        for (const KtSipHeader* h = contacts.get(); h != nullptr; h = h->getNext().get()) {
-            const KtSipContactHeader* contact = dynamic_cast<const KtSipContactHeader*>(h);
-            if (contact == nullptr || contact->getParameters()->getValue("q").isNil()) ++failures;
-            ++count;
-        }
-        if (count != 2) ++failures;
-        KtHandle<KtSipMessage> copy(message->clone());
-        if (wire(*copy) != text) ++failures;
-    });
-    EXPECT_EQ(0, failures.load());
-}
-
 }  // namespace

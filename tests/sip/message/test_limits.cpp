@@ -3,10 +3,10 @@
 // parser loop forever or recurse without bound; a parsed message holds memory in
 // proportion to its size.
 //
-// The fixed buffers: header line 1024 bytes (its text plus CR LF), request line 1024,
-// first token 32, reason phrase 128, SIP URL component 1023 characters, tel URL 1023,
-// text in front of a name-address URI 1023, Digest pair list 1024, parameter name or
-// value 1024.
+// The fixed buffers: header line 1024 bytes (its text plus CR LF) and URI components 1023
+// characters, here; request line 1024, first token 32 and reason phrase 128 in
+// test_message_parse.cpp; parameter name or value 1024 in test_parameters.cpp; the text in
+// front of a name-address URI and Digest pair lists in the uri and auth tests.
 #include <gtest/gtest.h>
 
 #include <unistd.h>
@@ -19,7 +19,6 @@
 #include <string>
 #include <vector>
 
-#include "KtParameters.h"
 #include "KtSipDigestChallengeInfo.h"
 #include "KtSipDigestCredentialsInfo.h"
 #include "KtSipNameAddress.h"
@@ -120,57 +119,6 @@ TEST(Limits, HeaderLineOfMoreThan1024BytesIsRefusedAndTheRestKept) {
     EXPECT_EQ(KtSipMessage::STATUS_BAD_HEADER, parse(kRequestLine + folded + "\r\n" + kHeaders + "\r\n")->getStatus());
 }
 
-TEST(Limits, RequestLineOf1024CharactersOrMoreIs414) {
-    QuietErrors quiet;
-    // The start-line reader takes what follows the first token ("INVITE") up to the LF;
-    // `length` counts those characters without the LF.
-    const std::string shortest = " sip:bob@b.example;x= SIP/2.0\r";
-    for (size_t length : {1000u, 1023u, 1024u, 1025u, 2000u, 4096u, 70000u}) {
-        SCOPED_TRACE(length);
-        const std::string rest = " sip:bob@b.example;x=" + std::string(length - shortest.size(), 'u') + " SIP/2.0\r\n";
-        ASSERT_EQ(length + 1, rest.size());
-        KtSipInviteMessage message;
-        EXPECT_EQ(length >= 1024 ? "Invalid Start-Line for SIP request: too long" : "",
-                  thrown<KtSipParseError>([&] { parseInto(message, "INVITE", rest + kHeaders + kEnd); }));
-        if (length < 1024) EXPECT_TRUE(message.isValid());
-        else EXPECT_EQ(414, message.getStatus());
-    }
-}
-
-TEST(Limits, FirstTokenIsCutAt31Characters) {
-    QuietErrors quiet;
-    // The CSeq carries the whole method: a method cut by the 32-byte token buffer must not
-    // pass as a valid request of another method.
-    for (size_t length : {31u, 32u, 33u, 100u, 5000u}) {
-        SCOPED_TRACE(length);
-        const std::string method(length, 'M');
-        const std::string headers = kHeaders.substr(0, kHeaders.find("CSeq:")) + "CSeq: 1 " + method + "\r\n";
-        const std::string text = method + " sip:bob@b.example SIP/2.0\r\n" + headers + "\r\n";
-        if (length <= 31) {
-            EXPECT_EQ(method, parse(text).dynamicCast<KtSipRequest>()->getMethod().c_str());
-            EXPECT_EQ("status 0", verdict(text));
-        } else {
-            EXPECT_NE("status 0", verdict(text)) << "accepted as a valid message";
-        }
-    }
-}
-
-TEST(Limits, ReasonPhraseIsCutAt127Characters) {
-    const std::string headers = crlf("Via: SIP/2.0/UDP a.example;branch=z9hG4bK1\nFrom: <sip:alice@a.example>;tag=1\n"
-                                     "To: <sip:bob@b.example>;tag=2\nCall-ID: limits\nCSeq: 1 INVITE\n") + kEnd;
-    for (size_t length : {127u, 128u, 500u, 20000u}) {
-        SCOPED_TRACE(length);
-        const std::string phrase(length, 'r');
-        auto response = parse("SIP/2.0 200 " + phrase + "\r\n" + headers).dynamicCast<KtSipResponse>();
-        ASSERT_FALSE(response.isNil());
-        EXPECT_TRUE(response->isValid()) << "the headers after a long phrase are read";
-        EXPECT_EQ(200, response->getStatusCode());
-        EXPECT_EQ(phrase.substr(0, 127), response->getReasonPhrase().c_str());
-        const std::string out = wire(*response);
-        EXPECT_EQ(out, wire(*parse(out)));
-    }
-}
-
 TEST(Limits, UrlComponentsOver1023CharactersThrow) {
     struct Row { const char* name; std::string prefix, suffix; bool inBracket; };
     const Row rows[] = {
@@ -194,49 +142,6 @@ TEST(Limits, UrlComponentsOver1023CharactersThrow) {
                 EXPECT_NE(std::string::npos, std::string(uri->getString().c_str()).find(fill));
             } else {
                 EXPECT_NE("", error) << "accepted: " << (uri.isNil() ? 0u : uri->getString().length()) << " characters";
-            }
-        }
-    }
-}
-
-TEST(Limits, NameAddressDisplayNameAndDigestPairListOver1023CharactersThrow) {
-    for (const std::string& name : {std::string(1500, 'd'), "\"" + std::string(1500, 'q') + "\"", std::string(65536, 'd')}) {
-        SCOPED_TRACE(name.size());
-        const std::string text = name + " <sip:alice@a.example>";
-        KtByteArrayInputStream in = kttest::streamOf(text);
-        EXPECT_THROW(KtHandle<KtSipNameAddress>(new KtSipNameAddress())->parse(in), KtException);
-    }
-    KtHandle<KtSipNameAddress> address(new KtSipNameAddress());
-    address->parse(("\"" + std::string(900, 'q') + "\" <sip:alice@a.example>").c_str());
-    EXPECT_EQ(902u, address->getDisplayName().length());
-
-    const std::string manyPairs = repeated(1800, [](int i) { return "p" + std::to_string(i) + "=v,"; }) + "realm=\"r\"";
-    for (const std::string& text :
-         {"realm=\"" + std::string(2000, 'r') + "\", nonce=\"n\"", manyPairs, std::string(65536, 'x')}) {
-        SCOPED_TRACE(text.substr(0, 30));
-        KtHandle<KtByteArray> bytes = KtByteArray::sCreate(static_cast<unsigned>(text.size()), text.data());
-        EXPECT_THROW(KtSipDigestChallengeInfo::sCreateFrom(bytes), KtException);
-        EXPECT_THROW(KtSipDigestCredentialsInfo::sCreateFrom(bytes), KtException);
-    }
-    const std::string fits = "realm=\"" + std::string(900, 'r') + "\", nonce=\"n\"";
-    EXPECT_EQ(900u, KtSipDigestChallengeInfo::sCreateFrom(KtByteArray::sCreate(fits.c_str()))->getRealm().length());
-}
-
-TEST(Limits, ParameterNamesAndValuesOver1024BytesThrow) {
-    // A pair that ends inside the text is read in place, one that ends with the text by the
-    // buffered reader: both draw the line at the same length.
-    for (const char* tail : {"", ";next=1"}) {
-        for (size_t length : {1000u, 1024u, 1025u, 5000u, 70000u}) {
-            SCOPED_TRACE(std::to_string(length) + (*tail ? " before another pair" : " at the end"));
-            const std::string piece(length, 'p');
-            for (const std::string& text : {piece + "=v" + tail, "n=" + piece + tail}) {
-                KtHandle<KtParameters> list(new KtParameters());
-                if (length <= 1024) {
-                    EXPECT_NO_THROW(list->parse(text.c_str()));
-                    EXPECT_NE(std::string::npos, std::string(list->getString().c_str()).find(piece));
-                } else {
-                    EXPECT_THROW(list->parse(text.c_str()), KtException);
-                }
             }
         }
     }
@@ -321,19 +226,22 @@ TEST(Limits, LongChainsNeedNoDeepRecursion) {
     setCase("1000 commas in a message", 120);
     EXPECT_TRUE(parse(kRequestLine + kHeaders + "Supported: " + std::string(1000, ',') + "\r\n" + kEnd)->isValid());
 
-    // 10,000 Via lines: parsed, written, cloned, keyed and released.
+    // 10,000 Via lines, long and compact names mixed: parsed, written back as they came,
+    // cloned, keyed and released.
     setCase("10000 Via lines", 120);
     std::string vias;
     for (int i = 0; i < 10000; ++i)
-        vias += "Via: SIP/2.0/UDP h" + std::to_string(i) + ".example;branch=z9hG4bK" + std::to_string(i) + "\r\n";
-    const std::string text = kRequestLine + vias + kHeaders + kEnd;
+        vias += (i % 2 ? "v: SIP/2.0/UDP h" : "Via: SIP/2.0/UDP h") + std::to_string(i) + ".example;branch=z9hG4bK" +
+                std::to_string(i) + "\r\n";
+    const std::string text = kRequestLine + vias + crlf("f: <sip:alice@a.example>;tag=1\nt: <sip:bob@b.example>\n"
+                                                        "i: limits\nCSeq: 1 INVITE\nl: 0\n\n");
     KtHandle<KtSipMessage> message = parse(text);
     EXPECT_TRUE(message->isValid());
     size_t count = 0;
     for (KtHandle<KtSipHeader> h = message->mGetHeader("Via"); !h.isNil(); h = h->getNext()) ++count;
-    EXPECT_EQ(10001u, count);
+    EXPECT_EQ(10000u, count);
     const std::string out = wire(*message);
-    EXPECT_EQ(text.size(), out.size());
+    EXPECT_EQ(text, out);
     KtHandle<KtSipMessage> copy(message->clone());
     EXPECT_EQ(out, wire(*copy));
     EXPECT_EQ(message->createKey().c_str(), std::string(copy->createKey().c_str()));

@@ -15,6 +15,12 @@ namespace {
 
 const std::string kTail = crlf(inviteHeaders() + "Content-Length: 0\n\n");
 
+/// A request with the first token `token`, the mandatory headers and `method` in its CSeq.
+std::string minimalRequest(const std::string& token, const std::string& method) {
+    return token + " sip:bob@b.example SIP/2.0\r\n" +
+           crlf("Via: SIP/2.0/UDP a\nFrom: <sip:a@a>\nTo: <sip:b@b>\nCall-ID: c\nCSeq: 1 " + method + "\n\n");
+}
+
 TEST(MessageFirstToken, KeepAliveAndMissingToken) {
     const std::pair<std::string, bool> rows[] = {  // input, keep-alive (else no token)
         {"", false}, {"\r\n\r\n", true}, {"\n", true}, {" INVITE", true}, {"\tINVITE", true}, {"/2.0", true}, {"\rX", true}};
@@ -38,9 +44,7 @@ TEST(MessageFirstToken, TokenSelectsClass) {
     for (const auto& row : rows) {
         SCOPED_TRACE(row.first);
         const std::string method = row.first.substr(0, 31);
-        KtHandle<KtSipMessage> message = parse(row.first + " sip:bob@b.example SIP/2.0\r\n" +
-                                               crlf("Via: SIP/2.0/UDP a\nFrom: <sip:a@a>\nTo: <sip:b@b>\n"
-                                                    "Call-ID: c\nCSeq: 1 " + method + "\n\n"));
+        KtHandle<KtSipMessage> message = parse(minimalRequest(row.first, method));
         EXPECT_EQ(*row.second, typeid(*message));
         KtHandle<KtSipRequest> request = message.dynamicCast<KtSipRequest>();
         EXPECT_EQ(method, request->getMethod().c_str());
@@ -51,13 +55,21 @@ TEST(MessageFirstToken, TokenSelectsClass) {
     EXPECT_FALSE(KtSipMessage::sIsRegistered("UPDATE"));
 }
 
+TEST(MessageFirstToken, ATokenCutAt31CharactersNoLongerMatchesItsCSeq) {
+    QuietErrors quiet;
+    for (size_t length : {31u, 32u, 33u, 100u, 5000u}) {
+        const std::string method(length, 'M');
+        KtHandle<KtSipMessage> message;
+        thrown([&] { message = parse(minimalRequest(method, method)); });
+        EXPECT_EQ(length <= 31, !message.isNil() && message->isValid()) << length;
+    }
+}
+
 TEST(MessageFirstToken, MethodsRegisteredLaterAreFoundHoweverMany) {
     // Registered one by one, each checked at once: the first ones go through the parser's
     // lookup table, the later ones (more than it holds) through the registry map.
     auto classOf = [](const std::string& token) -> const std::type_info& {
-        KtHandle<KtSipMessage> message = parse(token + " sip:bob@b.example SIP/2.0\r\n" +
-                                               crlf("Via: SIP/2.0/UDP a\nFrom: <sip:a@a>\nTo: <sip:b@b>\n"
-                                                    "Call-ID: c\nCSeq: 1 " + token + "\n\n"));
+        KtHandle<KtSipMessage> message = parse(minimalRequest(token, token));
         return typeid(*message);
     };
     for (int i = 0; i < 48; ++i) {
@@ -82,6 +94,7 @@ TEST(RequestLine, Cases) {
         {" sip:alice SIP/2.0   \r\n", 0, "sip:alice"},
         {" sip:alice" + pad + " SIP/2.0\r\n", 0, "sip:alice"},  // 1,023 characters
         {" sip:alice " + pad + " SIP/2.0\r\n", 414, start + ": too long"},
+        {" sip:alice " + std::string(70000, 'u') + " SIP/2.0\r\n", 414, start + ": too long"},
         {" sip:alice SIP/2.1\r\n", 505, version}, {" sip:alice SIP/3.0\r\n", 505, version},
         {" sip:alice SIP/2.00\r\n", 2, version}, {" sip:alice sip/2.0\r\n", 2, version},
         {" sip:alice HTTP/1.1\r\n", 2, version}, {" sips:alice@a.example SIP/2.0\r\n", 416, scheme},
@@ -139,7 +152,8 @@ TEST(StatusLine, Cases) {
         {"/1.1 200 OK\r\n", "SIP/1.1 200 OK\r\n", 1, 1, 200}, {"/2.0 200 \r\n", "SIP/2.0 200 \r\n", 2, 0, 200},
         {"/2.0 404 Not Found\n", "SIP/2.0 404 Not Found\r\n", 2, 0, 404},
         {"/2.0 999 Odd\r\n", "SIP/2.0 999 Odd\r\n", 2, 0, 999},
-        {"/2.0 200 " + std::string(200, 'x') + "\r\n", "SIP/2.0 200 " + std::string(127, 'x') + "\r\n", 2, 0, 200},
+        {"/2.0 200 " + std::string(128, 'x') + "\r\n", "SIP/2.0 200 " + std::string(127, 'x') + "\r\n", 2, 0, 200},
+        {"/2.0 200 " + std::string(20000, 'x') + "\r\n", "SIP/2.0 200 " + std::string(127, 'x') + "\r\n", 2, 0, 200},
         {"/20 200 OK\r\n", "'.' expected in response start line"},
         {"/2.0 200", "unexpected end of response start line"},
         {"/2.0 OK\r\n", "Invalid status code in response start line"},
@@ -223,19 +237,6 @@ TEST(MessageHeaders, BadLinesMarkStatusAndParsingGoesOn) {
         EXPECT_FALSE(message->mGetHeader("X-After").isNil()) << "lines after the bad one are read";
         EXPECT_EQ(row.errorLine ? std::vector<std::string>{row.errorLine} : std::vector<std::string>{}, errors.lines);
     }
-}
-
-TEST(MessageHeaders, CompactNamesAndLongChains) {
-    std::string text = "OPTIONS sip:b SIP/2.0\r\n";
-    for (int i = 0; i < 5000; ++i) text += "v: SIP/2.0/UDP h" + std::to_string(i) + "\r\n";
-    text += crlf("f: <sip:a@a>\nt: <sip:b@b>\ni: c\nCSeq: 1 OPTIONS\nl: 0\n\n");
-    KtHandle<KtSipMessage> message = parse(text);
-    EXPECT_TRUE(message->isValid());
-    unsigned count = 0;
-    for (KtSipHeader* h = message->mGetHeaderByID(HeaderVia).get(); h; h = h->getNext().get()) ++count;
-    EXPECT_EQ(5000u, count);
-    EXPECT_EQ(text, wire(*message));
-    EXPECT_EQ(text, wire(*KtHandle<KtSipMessage>(message->clone())));
 }
 
 /// The output of `input` parsed once; "" when parsing throws. The error-stream lines of

@@ -4,7 +4,7 @@
 # every request the server counted and every response it sent, each message parsed and
 # valid, with the server's address and the right transport.
 #
-#   bash tests/interop/scan-capture.sh KTSIP-BINARY
+#   bash tests/interop/test_scan_capture.sh KTSIP-BINARY
 #
 # Exits 0 when it passed, 1 when it failed, 77 (ctest's skip code, with a message saying
 # why) when this machine cannot run it: no tcpdump or sipp, or no right to capture on the
@@ -17,9 +17,11 @@
 set -uo pipefail
 
 ROOT=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
-KTSIP=${1:?usage: scan-capture.sh KTSIP-BINARY}
+KTSIP=${1:?usage: test_scan_capture.sh KTSIP-BINARY}
 PORT=${KTSIP_SCAN_PORT:-15260}
 CALLS=${KTSIP_SCAN_CALLS:-20}
+# shellcheck source=tests/interop/wait-listening.sh
+source "$ROOT/tests/interop/wait-listening.sh"
 
 skip() {
   echo "scan-capture: SKIPPED: $*" >&2
@@ -49,22 +51,14 @@ user=()
 [[ $(id -u) -eq 0 ]] && user=(-Z root)
 tcpdump -i lo -n -U --immediate-mode -s 0 "${user[@]}" -w "$WORK/calls.pcap" "port $PORT" 2>"$WORK/tcpdump.log" &
 DUMP_PID=$!
-for _ in $(seq 50); do
-  grep -q "listening on" "$WORK/tcpdump.log" 2>/dev/null && break
-  kill -0 "$DUMP_PID" 2>/dev/null || break
-  sleep 0.1
-done
-if ! grep -q "listening on" "$WORK/tcpdump.log" 2>/dev/null; then
+if ! wait_listening "$WORK/tcpdump.log" "$DUMP_PID"; then
   failed=0
   skip "tcpdump cannot capture on lo here: $(head -n 1 "$WORK/tcpdump.log")"
 fi
 
 "$KTSIP" serve --bind 127.0.0.1 --port "$PORT" --quiet --json >"$WORK/server.json" 2>"$WORK/server.log" &
 SERVER_PID=$!
-for _ in $(seq 50); do
-  grep -q "listening on" "$WORK/server.log" 2>/dev/null && break
-  sleep 0.1
-done
+wait_listening "$WORK/server.log" "$SERVER_PID"  # a server that did not start fails the calls
 
 status=0
 bash "$ROOT/tests/interop/run-scenario.sh" uac-udp "$CALLS" "$WORK" 127.0.0.1:"$PORT" -i 127.0.0.1 \
