@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <climits>
 #include <cstdlib>
+#include <cstring>
 
 #include "KtScannerBuffer.h"
 #include "KtSipLexer.h"
@@ -37,8 +38,14 @@ void KtSipExpiresHeader::doParse(KtInputStream& in) {
     in.mark(DELTA_BUFFER_SIZE);
     // The delta and its NUL fit in DELTA_BUFFER_SIZE bytes; a longer one, or one the input
     // ends in, is refused.
-    KtScannerBuffer delta([] { KtSipParseError::sThrow(kEndOfFile); }, DELTA_BUFFER_SIZE - 1);
-    KtSipLexer::sGatherUntil(in, kDeltaStops, delta);
+    KtScannerBuffer gathered(nullptr, DELTA_BUFFER_SIZE - 1);
+    const char* begin;
+    const char* end;
+    if (!KtSipLexer::sTakeUntil(in, kDeltaStops, gathered, begin, end)) KtSipParseError::sThrow(kEndOfFile);
+    char delta[DELTA_BUFFER_SIZE];
+    const unsigned length = static_cast<unsigned>(end - begin);
+    std::memcpy(delta, begin, length);
+    delta[length] = '\0';
     if (in.peek() < 0) KtSipParseError::sThrow(kEndOfFile);
     KtSipLexer::sSkipBlanks(in);
     const int c = in.peek();
@@ -46,7 +53,7 @@ void KtSipExpiresHeader::doParse(KtInputStream& in) {
         // Delta seconds. Values beyond the signed 32-bit range are capped (RFC 3261 20.19
         // treats over-large values as the largest one).
         errno = 0;
-        long value = std::strtol(delta.c_str(), nullptr, 10);
+        long value = std::strtol(delta, nullptr, 10);
         if (errno == ERANGE || value > INT_MAX) value = INT_MAX;
         setSecondsValue(value);
         return;
