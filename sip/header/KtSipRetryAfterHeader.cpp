@@ -68,5 +68,5 @@ void KtSipRetryAfterHeader::doSerialize(KtOutputStream& out) const {
     TORVANE_TRACE_SCOPE(fileLogger(), "KtSipRetryAfterHeader::doSerialize");
     writeValue(out);
     if (!m_Comment.empty()) out << " (" << m_Comment << ')';
-    if (m_HasDuration) out << "; duration=" << m_Duration;
+    if (m_Duration) out << "; duration=" << *m_Duration;
 }

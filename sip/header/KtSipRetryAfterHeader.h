@@ -2,6 +2,8 @@
 #ifndef KTSIP_KT_SIP_RETRY_AFTER_HEADER_H
 #define KTSIP_KT_SIP_RETRY_AFTER_HEADER_H
 
+#include <optional>
+
 #include "KtSipDeltaSecondsHeader.h"
 
 /// Retry-After: seconds, or a date, with an optional "(comment)" and duration parameter.
@@ -26,24 +28,18 @@ public:
     /// The comment without its parentheses; empty when absent.
     const KtString& getComment() const { return m_Comment; }
     /// True when a duration is set.
-    bool hasDuration() const { return m_HasDuration; }
+    bool hasDuration() const { return m_Duration.has_value(); }
     /// The duration in seconds (0 when unset).
-    unsigned getDuration() const { return m_Duration; }
+    unsigned getDuration() const { return m_Duration.value_or(0); }
 
     /// Makes the value `seconds`.
     void setSeconds(unsigned seconds) { setSecondsValue(seconds); }
     /// Replaces the comment (null or empty removes it).
     void setComment(const char* comment) { m_Comment = comment && *comment ? KtString(comment) : KtString(); }
     /// Sets the duration.
-    void setDuration(unsigned seconds) {
-        m_Duration = seconds;
-        m_HasDuration = true;
-    }
+    void setDuration(unsigned seconds) { m_Duration = seconds; }
     /// Removes the duration.
-    void clearDuration() {
-        m_Duration = 0;
-        m_HasDuration = false;
-    }
+    void clearDuration() { m_Duration.reset(); }
 
     /// Reads seconds, or a date with its optional comment and duration. Throws
     /// KtSipParseError "Invalid Retry-After header", "Missing ')' for comment" or
@@ -54,8 +50,7 @@ public:
 
 private:
     KtString m_Comment;
-    bool m_HasDuration = false;
-    unsigned m_Duration = 0;
+    std::optional<unsigned> m_Duration;
 };
 
 #endif
