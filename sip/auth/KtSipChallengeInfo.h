@@ -2,17 +2,19 @@
 #ifndef KTSIP_KT_SIP_CHALLENGE_INFO_H
 #define KTSIP_KT_SIP_CHALLENGE_INFO_H
 
-#include "KtByteArray.h"
-#include "KtHandle.h"
 #include "KtOutputStream.h"
+#include "KtSipAuthInfoShape.h"
 #include "KtString.h"
 #include "TorvaneMemAllocator.h"
 
 /// A challenge of some authentication scheme, as carried by WWW-Authenticate and
 /// Proxy-Authenticate. "Digest" is the only scheme implemented (KtSipDigestChallengeInfo).
-/// Challenges come from the "KtSipAuth" pool.
+/// Challenges come from the "KtSipAuth" pool. constructFrom refuses any other scheme with
+/// KtException "Challenge type not supported !".
 class KtSipChallengeInfo : public KtObject {
     TORVANE_POOLED_OBJECT("KtSipAuth")
+    KT_SIP_AUTH_INFO_FACTORY(KtSipChallengeInfo)
+
 public:
     ~KtSipChallengeInfo() override;
     /// A deep copy of the challenge.
@@ -24,23 +26,6 @@ public:
     virtual KtString getType() const = 0;
     /// The protection realm ("" when absent).
     virtual KtString getRealm() const = 0;
-
-    /// Builds the challenge of scheme `type` from its parameter list `text`. The scheme is
-    /// matched ignoring case; any scheme other than Digest throws KtException
-    /// "Challenge type not supported !".
-    static KtHandle<KtSipChallengeInfo> constructFrom(const char* type, KtHandle<KtByteArray> text);
-    /// As above for the scheme word of `typeLength` bytes at `type` and the parameter list of
-    /// `length` bytes at `text`, read where it stands (a null `text` is no list at all).
-    static KtHandle<KtSipChallengeInfo> constructFrom(const char* type, unsigned typeLength, const char* text,
-                                                      unsigned length);
-    /// Builds a challenge from a whole header value "scheme SP pair-list" (what follows the
-    /// colon of a WWW-Authenticate or Proxy-Authenticate line). Same errors as constructFrom.
-    static KtHandle<KtSipChallengeInfo> sConstructFromValue(const char* value);
-
-protected:
-    KtSipChallengeInfo() = default;
-    KtSipChallengeInfo(const KtSipChallengeInfo&) = default;
-    KtSipChallengeInfo& operator=(const KtSipChallengeInfo&) = delete;
 };
 
 #endif

@@ -2,17 +2,19 @@
 #ifndef KTSIP_KT_SIP_CREDENTIALS_INFO_H
 #define KTSIP_KT_SIP_CREDENTIALS_INFO_H
 
-#include "KtByteArray.h"
-#include "KtHandle.h"
 #include "KtOutputStream.h"
+#include "KtSipAuthInfoShape.h"
 #include "KtString.h"
 #include "TorvaneMemAllocator.h"
 
 /// Credentials of some authentication scheme, as carried by Authorization and
 /// Proxy-Authorization. "Digest" is the only scheme implemented (KtSipDigestCredentialsInfo).
-/// Credentials come from the "KtSipAuth" pool.
+/// Credentials come from the "KtSipAuth" pool. constructFrom refuses any other scheme with
+/// KtException "Credentials type not supported !".
 class KtSipCredentialsInfo : public KtObject {
     TORVANE_POOLED_OBJECT("KtSipAuth")
+    KT_SIP_AUTH_INFO_FACTORY(KtSipCredentialsInfo)
+
 public:
     ~KtSipCredentialsInfo() override;
     /// A deep copy of the credentials.
@@ -35,23 +37,6 @@ public:
     virtual void setUsername(const char* username) = 0;
     /// Sets the password.
     virtual void setPassword(const char* password) = 0;
-
-    /// Builds the credentials of scheme `type` from their parameter list `text`. The scheme is
-    /// matched ignoring case; any scheme other than Digest throws KtException
-    /// "Credentials type not supported !".
-    static KtHandle<KtSipCredentialsInfo> constructFrom(const char* type, KtHandle<KtByteArray> text);
-    /// As above for the scheme word of `typeLength` bytes at `type` and the parameter list of
-    /// `length` bytes at `text`, read where it stands (a null `text` is no list at all).
-    static KtHandle<KtSipCredentialsInfo> constructFrom(const char* type, unsigned typeLength, const char* text,
-                                                        unsigned length);
-    /// Builds credentials from a whole header value "scheme SP pair-list" (what follows the
-    /// colon of an Authorization or Proxy-Authorization line). Same errors as constructFrom.
-    static KtHandle<KtSipCredentialsInfo> sConstructFromValue(const char* value);
-
-protected:
-    KtSipCredentialsInfo() = default;
-    KtSipCredentialsInfo(const KtSipCredentialsInfo&) = default;
-    KtSipCredentialsInfo& operator=(const KtSipCredentialsInfo&) = delete;
 };
 
 #endif

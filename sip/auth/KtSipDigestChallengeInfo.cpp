@@ -16,33 +16,7 @@ KtSipDigestChallengeInfo::KtSipDigestChallengeInfo(const char* realm) : m_Params
     m_Params->setValue("realm", realm ? realm : "");
 }
 
-KtSipDigestChallengeInfo::KtSipDigestChallengeInfo(const KtSipDigestChallengeInfo& other)
-    : KtSipChallengeInfo(other), m_Params(other.m_Params->clone()) {}
-
-KtSipDigestChallengeInfo::~KtSipDigestChallengeInfo() = default;
-
-KtSipDigestChallengeInfo* KtSipDigestChallengeInfo::clone() const {
-    return new KtSipDigestChallengeInfo(*this);
-}
-
-KtHandle<KtSipDigestChallengeInfo> KtSipDigestChallengeInfo::sCreateFrom(KtHandle<KtByteArray> text) {
-    return text.isNil() ? sCreateFrom(nullptr, 0) : sCreateFrom(text->chars(), text->getLength());
-}
-
-KtHandle<KtSipDigestChallengeInfo> KtSipDigestChallengeInfo::sCreateFrom(const char* text, unsigned length) {
-    TORVANE_TRACE_SCOPE(fileLogger(), "KtSipDigestChallengeInfo::sCreateFrom");
-    KtHandle<KtSipDigestChallengeInfo> challenge = new KtSipDigestChallengeInfo();
-    if (text != nullptr) {
-        KtByteArrayInputStream in(text, length);
-        challenge->parse(in);
-    }
-    return challenge;
-}
-
-void KtSipDigestChallengeInfo::parse(KtInputStream& in) {
-    TORVANE_TRACE_SCOPE(fileLogger(), "KtSipDigestChallengeInfo::parse");
-    KtSipDigestPairReader::sRead(in, *m_Params, KtSipDigestPairReader::LowerCaseLastName);
-}
+KT_SIP_DIGEST_INFO_DEFINE(KtSipDigestChallengeInfo, KtSipChallengeInfo)
 
 void KtSipDigestChallengeInfo::serialize(KtOutputStream& out) const {
     TORVANE_TRACE_SCOPE(fileLogger(), "KtSipDigestChallengeInfo::serialize");

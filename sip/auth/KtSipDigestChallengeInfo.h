@@ -18,20 +18,7 @@ public:
     KtSipDigestChallengeInfo();
     /// A challenge holding only "realm"; a server adds the other pairs through setValue.
     explicit KtSipDigestChallengeInfo(const char* realm);
-    /// A deep copy (the pair list is copied).
-    KtSipDigestChallengeInfo(const KtSipDigestChallengeInfo& other);
-    ~KtSipDigestChallengeInfo() override;
-    KtSipDigestChallengeInfo* clone() const override;
-
-    /// A new challenge parsed from the pair list `text` (the text after "Digest ").
-    /// Throws KtException "Buffer overflew !!!" for a list longer than 1024 buffered bytes.
-    static KtHandle<KtSipDigestChallengeInfo> sCreateFrom(KtHandle<KtByteArray> text);
-    /// As above for the `length` bytes at `text`, read where they stand (a null `text` is no
-    /// list: nothing is read).
-    static KtHandle<KtSipDigestChallengeInfo> sCreateFrom(const char* text, unsigned length);
-
-    /// Reads a pair list from `in` (to its end or to a line end), adding its pairs.
-    void parse(KtInputStream& in);
+    KT_SIP_DIGEST_INFO_MEMBERS(KtSipDigestChallengeInfo)
     /// Writes the pairs as name="value" joined by ","; the values of algorithm, stale and
     /// uri are written without quotes.
     void serialize(KtOutputStream& out) const override;

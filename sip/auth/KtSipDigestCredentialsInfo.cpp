@@ -49,33 +49,7 @@ KtSipDigestCredentialsInfo::KtSipDigestCredentialsInfo(KtHandle<KtSipDigestChall
     checkAlgorithm();
 }
 
-KtSipDigestCredentialsInfo::KtSipDigestCredentialsInfo(const KtSipDigestCredentialsInfo& other)
-    : KtSipCredentialsInfo(other), m_Params(other.m_Params->clone()) {}
-
-KtSipDigestCredentialsInfo::~KtSipDigestCredentialsInfo() = default;
-
-KtSipDigestCredentialsInfo* KtSipDigestCredentialsInfo::clone() const {
-    return new KtSipDigestCredentialsInfo(*this);
-}
-
-KtHandle<KtSipDigestCredentialsInfo> KtSipDigestCredentialsInfo::sCreateFrom(KtHandle<KtByteArray> text) {
-    return text.isNil() ? sCreateFrom(nullptr, 0) : sCreateFrom(text->chars(), text->getLength());
-}
-
-KtHandle<KtSipDigestCredentialsInfo> KtSipDigestCredentialsInfo::sCreateFrom(const char* text, unsigned length) {
-    TORVANE_TRACE_SCOPE(fileLogger(), "KtSipDigestCredentialsInfo::sCreateFrom");
-    KtHandle<KtSipDigestCredentialsInfo> credentials = new KtSipDigestCredentialsInfo();
-    if (text != nullptr) {
-        KtByteArrayInputStream in(text, length);
-        credentials->parse(in);
-    }
-    return credentials;
-}
-
-void KtSipDigestCredentialsInfo::parse(KtInputStream& in) {
-    TORVANE_TRACE_SCOPE(fileLogger(), "KtSipDigestCredentialsInfo::parse");
-    KtSipDigestPairReader::sRead(in, *m_Params, KtSipDigestPairReader::LowerCaseLastName);
-}
+KT_SIP_DIGEST_INFO_DEFINE(KtSipDigestCredentialsInfo, KtSipCredentialsInfo)
 
 void KtSipDigestCredentialsInfo::checkAlgorithm() const {
     if (!m_Params->hasName("algorithm")) return;

@@ -31,19 +31,7 @@ public:
     /// "MD5", and "Digest challenge missing !" for a nil challenge.
     KtSipDigestCredentialsInfo(KtHandle<KtSipDigestChallengeInfo> challenge, const char* username,
                                const char* password);
-    /// A deep copy (the entry list is copied).
-    KtSipDigestCredentialsInfo(const KtSipDigestCredentialsInfo& other);
-    ~KtSipDigestCredentialsInfo() override;
-    KtSipDigestCredentialsInfo* clone() const override;
-
-    /// New credentials read from a received parameter list `text` (the text after "Digest ").
-    /// Throws KtException "Buffer overflew !!!" for a list longer than 1024 buffered bytes.
-    static KtHandle<KtSipDigestCredentialsInfo> sCreateFrom(KtHandle<KtByteArray> text);
-    /// As above for the `length` bytes at `text`, read where they stand (a null `text` is no
-    /// list: nothing is read).
-    static KtHandle<KtSipDigestCredentialsInfo> sCreateFrom(const char* text, unsigned length);
-    /// Reads a received parameter list from `in` (to its end or to a line end).
-    void parse(KtInputStream& in);
+    KT_SIP_DIGEST_INFO_MEMBERS(KtSipDigestCredentialsInfo)
 
     /// Chooses the quality of protection: when the offered qop options contain `qop` (as a
     /// substring), sets "qop", "cnonce" and "nc" (`nc` as eight lower-case hexadecimal

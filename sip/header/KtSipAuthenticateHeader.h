@@ -2,33 +2,23 @@
 #ifndef KTSIP_KT_SIP_AUTHENTICATE_HEADER_H
 #define KTSIP_KT_SIP_AUTHENTICATE_HEADER_H
 
+#include "KtSipAuthValueHeader.h"
 #include "KtSipChallengeInfo.h"
-#include "KtSipHeader.h"
 
-/// A header carrying an authentication challenge, "scheme SP pair-list". The value is read
-/// to the end of the line, so commas inside it never split the header.
-class KtSipAuthenticateHeader : public KtSipHeader {
+/// A header carrying an authentication challenge (see KtSipAuthValueHeader); a scheme other
+/// than Digest throws KtException "Challenge type not supported !".
+class KtSipAuthenticateHeader : public KtSipAuthValueHeader<KtSipChallengeInfo> {
 public:
-    /// Reads "scheme SP pair-list" from the rest of the line. Throws KtException
-    /// "Challenge type not supported !" for a scheme other than Digest and
-    /// "Buffer overflew !!!" for an over-long pair list.
-    void doParse(KtInputStream& in) override;
-    /// Writes the scheme, one space and the pair list; nothing when no challenge is set.
-    void doSerialize(KtOutputStream& out) const override;
-
     /// The challenge, nil until parsed or set.
-    const KtHandle<KtSipChallengeInfo>& getChallenge() const { return m_Challenge; }
+    const KtHandle<KtSipChallengeInfo>& getChallenge() const { return m_value; }
     /// Replaces the challenge.
-    void setChallenge(const KtHandle<KtSipChallengeInfo>& challenge) { m_Challenge = challenge; }
+    void setChallenge(const KtHandle<KtSipChallengeInfo>& challenge) { m_value = challenge; }
     /// The challenge's scheme ("Digest"); "" when no challenge is set.
-    KtString getChallengeType() const;
+    KtString getChallengeType() const { return valueType(); }
 
 protected:
-    KtSipAuthenticateHeader(const KtString& token, HeaderID id) : KtSipHeader(token, id) {}
-    /// Copies the challenge deeply; next is nil.
-    KtSipAuthenticateHeader(const KtSipAuthenticateHeader& other);
-
-    KtHandle<KtSipChallengeInfo> m_Challenge;
+    using KtSipAuthValueHeader::KtSipAuthValueHeader;
+    const KtSipHeaderScopes& getScopes() const override;
 };
 
 #endif

@@ -7,25 +7,14 @@ TORVANE_FILE_LOGGER("calvoran.kt.KtSipContentDispositionHeader")
 
 KT_SIP_HEADER_REGISTER(KtSipContentDispositionHeader, "Content-Disposition")
 
-KtSipContentDispositionHeader::KtSipContentDispositionHeader() : m_parameters(new KtParameters(';')) {}
-
-KtSipContentDispositionHeader::KtSipContentDispositionHeader(const char* text) : m_parameters(new KtParameters(';')) {
-    TORVANE_TRACE_SCOPE(fileLogger(), "KtSipContentDispositionHeader ctor");
-    parseText(text);
-}
-
-KtSipContentDispositionHeader::KtSipContentDispositionHeader(const KtSipContentDispositionHeader& other)
-    : KtSipHeaderImpl(other),
-      m_type(other.m_type),
-      m_parameters(other.m_parameters.isNil() ? new KtParameters(';') : other.m_parameters->clone()) {}
-
+KT_SIP_HEADER_TEXT_CONSTRUCTOR(KtSipContentDispositionHeader)
 
 void KtSipContentDispositionHeader::doParse(KtInputStream& in) {
     TORVANE_TRACE_SCOPE(fileLogger(), "KtSipContentDispositionHeader::doParse");
     KtString type;
     type.mutableBuffer()->parse(in, KtSipHeader::sDelimeterSet());
     if (type.empty()) KtSipParseError::sThrow("Invalid Content-Disposition header");
-    m_type = type;
+    m_word = type;
     KtStreamTokenizer::sDiscardWhite(in);
     if (in.peek() == ';') {
         in.read();
@@ -35,6 +24,6 @@ void KtSipContentDispositionHeader::doParse(KtInputStream& in) {
 
 void KtSipContentDispositionHeader::doSerialize(KtOutputStream& out) const {
     TORVANE_TRACE_SCOPE(fileLogger(), "KtSipContentDispositionHeader::doSerialize");
-    out << m_type;
+    out << m_word;
     m_parameters->serializeWithLead(out, ';');
 }

@@ -10,15 +10,12 @@ class KtSipContentTypeHeader
     : public KtSipCompactHeaderImpl<KtSipContentTypeHeader, HeaderContentType, KtSipMediaTypeHeader> {
     KT_SIP_HEADER_TEXT_MEMBERS(KtSipContentTypeHeader)
     static const KtString sCompactToken;
-
     /// "type/subtype" as a new string.
     KtString getMediaType() const { return joinMedia(); }
-    /// Sets type and subtype from "type/subtype" (split at the first "/"); a text without
-    /// "/" is the type with the subtype "*"; null gives "*" for both.
+    /// Sets type and subtype from "type/subtype" (as KtSipMediaTypeHeader::splitMedia).
     void setMediaType(const char* mediaType) { splitMedia(mediaType); }
-    /// The type ("text" of text/plain).
+    /// The type and the subtype ("text" and "plain" of text/plain).
     const KtConstString& getType() const { return m_type; }
-    /// The subtype ("plain" of text/plain).
     const KtConstString& getSubtype() const { return m_subtype; }
 };
 

@@ -3,22 +3,19 @@
 #ifndef KTSIP_KT_SIP_KEYWORD_HEADER_H
 #define KTSIP_KT_SIP_KEYWORD_HEADER_H
 
-#include "KtSipHeader.h"
+#include "KtSipSyntaxHeader.h"
 
-/// The vocabulary of a keyword header: its words in the order of their numbers (each
-/// written as given, matched ignoring case), the KtSipParseError text for any other word,
-/// the class's logger and the names of its trace scopes.
-struct KtSipKeywordSyntax {
+/// The vocabulary of a keyword header: besides the class's scopes, its words in the order
+/// of their numbers (each written as given, matched ignoring case) and the KtSipParseError
+/// text for any other word.
+struct KtSipKeywordSyntax : KtSipHeaderScopes {
     const char* const* words;
     unsigned count;
     const char* error;
-    const Torvane::Logger& logger;
-    const char* parseScope;
-    const char* serializeScope;
 };
 
 /// A header holding one word of its class's vocabulary, stored as the word's number.
-class KtSipKeywordHeader : public KtSipHeader {
+class KtSipKeywordHeader : public KtSipSyntaxHeader<KtSipKeywordSyntax> {
 public:
     /// Longest word read; longer words are refused (every vocabulary word is shorter).
     static const unsigned MAX_WORD = 15;
@@ -39,40 +36,30 @@ public:
     void doSerialize(KtOutputStream& out) const override;
 
 protected:
-    KtSipKeywordHeader(const KtString& token, HeaderID id) : KtSipHeader(token, id), m_Value(0) {}
-    KtSipKeywordHeader(const KtSipKeywordHeader& other) = default;
+    using KtSipSyntaxHeader::KtSipSyntaxHeader;
 
-    /// The class's vocabulary.
-    virtual const KtSipKeywordSyntax& getSyntax() const = 0;
-
-    int m_Value;
+    int m_Value = 0;
 };
 
-/// The members every keyword-header class declares the same way: the default constructor
-/// (the vocabulary's first word), the constructor from a word (throws as setKeyword), the
-/// copy constructor (clone), the static name and the vocabulary hook.
-#define KT_SIP_KEYWORD_HEADER_MEMBERS(CLASS)                                \
-public:                                                                     \
-    /** The vocabulary's first word. */                                     \
-    CLASS() = default;                                                      \
-    /** The word `word` (throws as setKeyword). */                          \
-    explicit CLASS(const char* word) { setKeyword(word); }                  \
-    CLASS(const CLASS& other) = default;                                    \
-    static const KtString sToken;                                           \
-                                                                            \
-protected:                                                                  \
-    const KtSipKeywordSyntax& getSyntax() const override;                   \
-                                                                            \
-public:
+/// The members every keyword-header class declares (see KT_SIP_SHAPE_MEMBERS): the empty
+/// header holds the vocabulary's first word; the one from a word throws as setKeyword.
+#define KT_SIP_KEYWORD_HEADER_MEMBERS(CLASS) KT_SIP_SHAPE_MEMBERS(CLASS, const char*, setKeyword, KtSipKeywordSyntax)
+
+/// The accessors under the class's own name: setNAME (as setKeyword) and getNAME (as
+/// getKeyword).
+#define KT_SIP_KEYWORD_ACCESSORS(NAME)                                                          \
+    /** Sets the word (see setKeyword). */                                                      \
+    void set##NAME(const char* word) { setKeyword(word); }                                      \
+    /** The word, as the vocabulary writes it. */                                               \
+    const char* get##NAME() const { return getKeyword(); }
 
 /// Defines CLASS::getSyntax in the class's source file (after its TORVANE_FILE_LOGGER): any
 /// word but the listed ones (numbered in order from 0) throws KtSipParseError ERROR.
 #define KT_SIP_KEYWORD_HEADER_SYNTAX(CLASS, ERROR, ...)                                          \
     const KtSipKeywordSyntax& CLASS::getSyntax() const {                                         \
         static const char* const sWords[] = {__VA_ARGS__};                                       \
-        static const KtSipKeywordSyntax sSyntax{sWords, static_cast<unsigned>(sizeof sWords / sizeof *sWords), \
-                                                (ERROR), fileLogger(), #CLASS "::doParse",       \
-                                                #CLASS "::doSerialize"};                         \
+        static const KtSipKeywordSyntax sSyntax{KT_SIP_HEADER_SCOPES(CLASS), sWords,                \
+                                                static_cast<unsigned>(sizeof sWords / sizeof *sWords), (ERROR)}; \
         return sSyntax;                                                                          \
     }
 

@@ -6,8 +6,7 @@
 
 /// MIME-Version: the version text ("1.0"). An empty value throws KtSipParseError "Invalid
 /// MIMEVersion header".
-class KtSipMIMEVersionHeader
-    : public KtSipHeaderImpl<KtSipMIMEVersionHeader, HeaderMIMEVersion, KtSipTokenHeader> {
+class KtSipMIMEVersionHeader : public KtSipHeaderImpl<KtSipMIMEVersionHeader, HeaderMIMEVersion, KtSipTokenHeader> {
     KT_SIP_TOKEN_HEADER_MEMBERS(KtSipMIMEVersionHeader)
 
     /// The version text.

@@ -88,4 +88,41 @@ public:                                                                         
         CHECK;                                                                           \
     }
 
+/// The members of From and To, which check their address: those of
+/// KT_SIP_ADDRESS_HEADER_CONSTRUCTORS, the empty header (no check), the checked deep copy
+/// (next is nil), the checked parse, checkValidity and the "tag" parameter.
+#define KT_SIP_PARTY_HEADER_MEMBERS(CLASS)                                                  \
+    KT_SIP_ADDRESS_HEADER_CONSTRUCTORS(CLASS)                                               \
+    /** An empty name-address and an empty parameter list (no check). */                   \
+    CLASS() = default;                                                                      \
+    /** Deep copy (next is nil), checked. */                                                \
+    CLASS(const CLASS& other);                                                              \
+    /** Reads the name-address and parameters, then checks them. */                         \
+    void doParse(KtInputStream& in) override;                                               \
+    /** The address check (see checkAddress) with the class's error text. */                \
+    void checkValidity();                                                                   \
+    /** The "tag" parameter; nil when absent. */                                            \
+    KtString getTag() const { return KtParameters::sValueIn(m_parameters.peek(), KtSipHeader::sTagToken); } \
+    /** Sets the "tag" parameter. */                                                        \
+    void setTag(const char* tag) { m_parameters->setValue(KtSipHeader::sTagToken, tag); }
+
+/// Defines, in the class's source file, the members of KT_SIP_PARTY_HEADER_MEMBERS: the
+/// constructors of KT_SIP_ADDRESS_HEADER_DEFINE (with SCOPE) and the copy constructor end
+/// with checkValidity, which throws KtSipParseError ERROR for a missing address.
+#define KT_SIP_PARTY_HEADER_DEFINE(CLASS, SCOPE, ERROR)                                     \
+    KT_SIP_ADDRESS_HEADER_DEFINE(CLASS, SCOPE, checkValidity())                            \
+    CLASS::CLASS(const CLASS& other) : KtSipCompactHeaderImpl(other) {                       \
+        TORVANE_TRACE_SCOPE(fileLogger(), #CLASS " copy ctor");                             \
+        checkValidity();                                                                    \
+    }                                                                                       \
+    void CLASS::doParse(KtInputStream& in) {                                                \
+        TORVANE_TRACE_SCOPE(fileLogger(), #CLASS "::doParse");                              \
+        KtSipNameAddrParamsHeader::doParse(in);                                             \
+        checkAddress((ERROR), true); /* the URL was just parsed: no other thread has it */  \
+    }                                                                                       \
+    void CLASS::checkValidity() {                                                           \
+        TORVANE_TRACE_SCOPE(fileLogger(), #CLASS "::checkValidity");                        \
+        checkAddress(ERROR);                                                                \
+    }
+
 #endif

@@ -10,10 +10,7 @@
 class KtSipPriorityHeader : public KtSipHeaderImpl<KtSipPriorityHeader, HeaderPriority, KtSipKeywordHeader> {
     KT_SIP_KEYWORD_HEADER_MEMBERS(KtSipPriorityHeader)
 
-    /// Sets the priority from its word.
-    void setPriority(const char* priority) { setKeyword(priority); }
-    /// The priority word, in lower case.
-    const char* getPriority() const { return getKeyword(); }
+    KT_SIP_KEYWORD_ACCESSORS(Priority)
 };
 
 #endif

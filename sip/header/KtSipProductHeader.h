@@ -2,24 +2,21 @@
 #ifndef KTSIP_KT_SIP_PRODUCT_HEADER_H
 #define KTSIP_KT_SIP_PRODUCT_HEADER_H
 
-#include "KtSipHeader.h"
+#include "KtSipSyntaxHeader.h"
 
-/// How one product header reads and writes: the bytes at which the product ends, those at
-/// which the version after "/" ends, the text logged when there is nothing to write (null:
-/// nothing is logged), the class's logger and the names of its trace scopes.
-struct KtSipProductSyntax {
+/// How one product header reads and writes besides the class's scopes: the bytes at which
+/// the product ends, those at which the version after "/" ends, and the text logged when
+/// there is nothing to write (null: nothing is logged).
+struct KtSipProductSyntax : KtSipHeaderScopes {
     const KtDelimiterSet& productStops;
     const KtDelimiterSet& versionStops;
     const char* emptyError;
-    const Torvane::Logger& logger;
-    const char* parseScope;
-    const char* serializeScope;
 };
 
 /// A header naming a piece of software: a product, an optional version after "/" and an
 /// optional "(comment)". Each field is held trimmed; the version may carry further product
 /// tokens and comments as they were received ("1.0 (Linux) libfoo/2").
-class KtSipProductHeader : public KtSipHeader {
+class KtSipProductHeader : public KtSipSyntaxHeader<KtSipProductSyntax> {
 public:
     ~KtSipProductHeader() override {}
 
@@ -46,11 +43,7 @@ public:
     void doSerialize(KtOutputStream& out) const override;
 
 protected:
-    KtSipProductHeader(const KtString& token, HeaderID id) : KtSipHeader(token, id) {}
-    KtSipProductHeader(const KtSipProductHeader& other) = default;
-
-    /// The class's reading and writing rules.
-    virtual const KtSipProductSyntax& getSyntax() const = 0;
+    using KtSipSyntaxHeader::KtSipSyntaxHeader;
     /// Sets the three fields as the setters do.
     void setFields(const char* product, const char* version, const char* comment) {
         setProduct(product);
@@ -90,8 +83,8 @@ public:
 /// EMPTY_ERROR, unless null, is logged for a header with nothing to write.
 #define KT_SIP_PRODUCT_HEADER_SYNTAX(CLASS, PRODUCT_STOPS, VERSION_STOPS, EMPTY_ERROR)              \
     const KtSipProductSyntax& CLASS::getSyntax() const {                                            \
-        static const KtSipProductSyntax sSyntax{(PRODUCT_STOPS), (VERSION_STOPS), (EMPTY_ERROR),    \
-                                                fileLogger(), #CLASS "::doParse", #CLASS "::doSerialize"}; \
+        static const KtSipProductSyntax sSyntax{KT_SIP_HEADER_SCOPES(CLASS), (PRODUCT_STOPS), (VERSION_STOPS), \
+                                                (EMPTY_ERROR)};                                     \
         return sSyntax;                                                                             \
     }
 

@@ -5,4 +5,4 @@ TORVANE_FILE_LOGGER("calvoran.kt.KtSipProxyAuthorizationHeader")
 
 KT_SIP_HEADER_REGISTER(KtSipProxyAuthorizationHeader, "Proxy-Authorization")
 
-KT_SIP_HEADER_VALUE_CONSTRUCTORS(KtSipProxyAuthorizationHeader, KtSipCredentialsInfo, m_Credentials)
+KT_SIP_HEADER_VALUE_CONSTRUCTORS(KtSipProxyAuthorizationHeader, KtSipCredentialsInfo, m_value)

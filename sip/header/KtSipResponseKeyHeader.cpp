@@ -5,18 +5,7 @@ TORVANE_FILE_LOGGER("calvoran.kt.KtSipResponseKeyHeader")
 
 KT_SIP_HEADER_REGISTER(KtSipResponseKeyHeader, "Response-Key")
 
-KtSipResponseKeyHeader::KtSipResponseKeyHeader() : m_parameters(new KtParameters(';')) {}
-
-KtSipResponseKeyHeader::KtSipResponseKeyHeader(const char* text) : m_parameters(new KtParameters(';')) {
-    TORVANE_TRACE_SCOPE(fileLogger(), "KtSipResponseKeyHeader ctor");
-    parseText(text);
-}
-
-KtSipResponseKeyHeader::KtSipResponseKeyHeader(const KtSipResponseKeyHeader& other)
-    : KtSipHeaderImpl(other),
-      m_scheme(other.m_scheme),
-      m_parameters(other.m_parameters.isNil() ? new KtParameters(';') : other.m_parameters->clone()) {}
-
+KT_SIP_HEADER_TEXT_CONSTRUCTOR(KtSipResponseKeyHeader)
 
 void KtSipResponseKeyHeader::doParse(KtInputStream& in) {
     TORVANE_TRACE_SCOPE(fileLogger(), "KtSipResponseKeyHeader::doParse");
@@ -24,7 +13,7 @@ void KtSipResponseKeyHeader::doParse(KtInputStream& in) {
     // is opaque to this library.
     KtString scheme;
     scheme.mutableBuffer()->parse(in, " \r\n");
-    m_scheme = scheme;
+    m_word = scheme;
     // Everything left on the line is the parameter list, commas included.
     KtString rest;
     rest.mutableBuffer()->read(in, static_cast<unsigned>(in.available()));
@@ -35,6 +24,6 @@ void KtSipResponseKeyHeader::doParse(KtInputStream& in) {
 
 void KtSipResponseKeyHeader::doSerialize(KtOutputStream& out) const {
     TORVANE_TRACE_SCOPE(fileLogger(), "KtSipResponseKeyHeader::doSerialize");
-    out << m_scheme;
+    out << m_word;
     m_parameters->serializeWithLead(out, ' ');
 }

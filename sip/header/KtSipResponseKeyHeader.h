@@ -2,21 +2,14 @@
 #ifndef KTSIP_KT_SIP_RESPONSE_KEY_HEADER_H
 #define KTSIP_KT_SIP_RESPONSE_KEY_HEADER_H
 
-#include "KtParameters.h"
-#include "KtSipHeader.h"
+#include "KtSipWordParamsHeader.h"
 
 /// Response-Key (id 45): `scheme name=value,name=value`. The parameters are read to the
-/// end of the line, so the header is never split at its commas.
-class KtSipResponseKeyHeader : public KtSipHeaderImpl<KtSipResponseKeyHeader, HeaderResponseKey> {
-public:
-    static const KtString sToken;  ///< "Response-Key"
-
-    /// Empty scheme and parameter list (separator ";" until a parse switches it to ",").
-    KtSipResponseKeyHeader();
-    /// Parses the header value `text`.
-    explicit KtSipResponseKeyHeader(const char* text);
-    /// Deep copy (next is nil).
-    KtSipResponseKeyHeader(const KtSipResponseKeyHeader& other);
+/// end of the line, so the header is never split at its commas. A new header's list has
+/// the separator ";" until a parse switches it to ",".
+class KtSipResponseKeyHeader
+    : public KtSipHeaderImpl<KtSipResponseKeyHeader, HeaderResponseKey, KtSipWordParamsHeader> {
+    KT_SIP_HEADER_TEXT_MEMBERS(KtSipResponseKeyHeader)
 
     /// Reads the scheme up to a space or the line end, then the rest of the line as a ","
     /// parameter list.
@@ -25,15 +18,9 @@ public:
     void doSerialize(KtOutputStream& out) const override;
 
     /// The key scheme.
-    const KtString& getScheme() const { return m_scheme; }
+    const KtString& getScheme() const { return m_word; }
     /// Replaces the key scheme.
-    void setScheme(const char* scheme) { m_scheme = KtString(scheme); }
-    /// The parameters (never nil).
-    const KtHandle<KtParameters>& getParameters() const { return m_parameters; }
-
-private:
-    KtString m_scheme;
-    KtHandle<KtParameters> m_parameters;
+    void setScheme(const char* scheme) { m_word = KtString(scheme); }
 };
 
 #endif

@@ -3,21 +3,18 @@
 #ifndef KTSIP_KT_SIP_SEQUENCE_HEADER_H
 #define KTSIP_KT_SIP_SEQUENCE_HEADER_H
 
-#include "KtSipHeader.h"
+#include "KtSipSyntaxHeader.h"
 
-/// What differs between the sequence headers: how many numbers come before the method, the
-/// error for a malformed value, the class's logger and the names of its trace scopes.
-struct KtSipSequenceSyntax {
+/// What differs between the sequence headers besides the class's scopes: how many numbers
+/// come before the method and the error for a malformed value.
+struct KtSipSequenceSyntax : KtSipHeaderScopes {
     unsigned numbers;
     const char* parseError;
-    const Torvane::Logger& logger;
-    const char* parseScope;
-    const char* serializeScope;
 };
 
 /// A header holding up to MAX_NUMBERS unsigned 32-bit numbers followed by a method token.
 /// The method is kept as written (case included).
-class KtSipSequenceHeader : public KtSipHeader {
+class KtSipSequenceHeader : public KtSipSyntaxHeader<KtSipSequenceSyntax> {
 public:
     /// Most numbers a sequence header holds.
     static const unsigned MAX_NUMBERS = 2;
@@ -37,11 +34,7 @@ public:
     void doSerialize(KtOutputStream& out) const override;
 
 protected:
-    KtSipSequenceHeader(const KtString& token, HeaderID id) : KtSipHeader(token, id) {}
-    KtSipSequenceHeader(const KtSipSequenceHeader& other) = default;
-
-    /// The class's count of numbers, error text, logger and scope names.
-    virtual const KtSipSequenceSyntax& getSyntax() const = 0;
+    using KtSipSyntaxHeader::KtSipSyntaxHeader;
 
     unsigned m_Numbers[MAX_NUMBERS] = {0, 0};
     KtConstString m_Method;
@@ -68,8 +61,7 @@ public:
 #define KT_SIP_SEQUENCE_HEADER_SYNTAX(CLASS, NUMBERS, PARSE_ERROR)                                  \
     static_assert((NUMBERS) >= 1 && (NUMBERS) <= KtSipSequenceHeader::MAX_NUMBERS, "numbers");      \
     const KtSipSequenceSyntax& CLASS::getSyntax() const {                                           \
-        static const KtSipSequenceSyntax sSyntax{(NUMBERS), (PARSE_ERROR), fileLogger(),            \
-                                                 #CLASS "::doParse", #CLASS "::doSerialize"};       \
+        static const KtSipSequenceSyntax sSyntax{KT_SIP_HEADER_SCOPES(CLASS), (NUMBERS), (PARSE_ERROR)}; \
         return sSyntax;                                                                             \
     }
 

@@ -10,10 +10,7 @@
 class KtSipSessionHeader : public KtSipHeaderImpl<KtSipSessionHeader, HeaderSession, KtSipKeywordHeader> {
     KT_SIP_KEYWORD_HEADER_MEMBERS(KtSipSessionHeader)
 
-    /// Sets the session from its word.
-    void setSession(const char* session) { setKeyword(session); }
-    /// The session word ("Media", "QoS", "Security").
-    const char* getSession() const { return getKeyword(); }
+    KT_SIP_KEYWORD_ACCESSORS(Session)
 };
 
 #endif

@@ -5,6 +5,7 @@
 
 #include "KtParameters.h"
 #include "KtSipHeader.h"
+#include "KtSipHeaderScopes.h"
 
 class KtStringTable;
 
@@ -69,22 +70,8 @@ protected:
     KtHandle<KtParameters> m_Parameters;
 };
 
-/// The members every token-header class declares the same way: the default constructor
-/// (registry factory), the constructor from a value, the copy constructor (clone), the
-/// static name and the syntax hook (defined in the class's source file).
-#define KT_SIP_TOKEN_HEADER_MEMBERS(CLASS)                                  \
-public:                                                                     \
-    /** An empty header. */                                                 \
-    CLASS() = default;                                                      \
-    /** A header holding `value`. */                                        \
-    explicit CLASS(const char* value) { setValue(value); }                  \
-    CLASS(const CLASS& other) = default;                                    \
-    static const KtString sToken;                                           \
-                                                                            \
-protected:                                                                  \
-    const KtSipTokenSyntax& getSyntax() const override;                     \
-                                                                            \
-public:
+/// The members every token-header class declares (see KT_SIP_SHAPE_MEMBERS).
+#define KT_SIP_TOKEN_HEADER_MEMBERS(CLASS) KT_SIP_SHAPE_MEMBERS(CLASS, const char*, setValue, KtSipTokenSyntax)
 
 /// Defines CLASS::getSyntax in the class's source file (after its TORVANE_FILE_LOGGER):
 /// the value ends at STOPS (a KtDelimiterSet), is trimmed when TRIM, an empty value throws

@@ -5,4 +5,4 @@ TORVANE_FILE_LOGGER("calvoran.kt.KtSipWWWAuthenticateHeader")
 
 KT_SIP_HEADER_REGISTER(KtSipWWWAuthenticateHeader, "WWW-Authenticate")
 
-KT_SIP_HEADER_VALUE_CONSTRUCTORS(KtSipWWWAuthenticateHeader, KtSipChallengeInfo, m_Challenge)
+KT_SIP_HEADER_VALUE_CONSTRUCTORS(KtSipWWWAuthenticateHeader, KtSipChallengeInfo, m_value)

@@ -5,7 +5,21 @@ TORVANE_FILE_LOGGER("calvoran.kt.KtSipByeMessage")
 
 KT_SIP_METHOD_REGISTER(KtSipByeMessage, "BYE")
 
-KtSipByeMessage::KtSipByeMessage() {}
+namespace {
+// A From or To header (class Party) holding the address of `source` with no parameter but
+// its tag; an address with a tag gets its angle-bracket flag. Nil for a nil source.
+template <class Party, class Source>
+KtHandle<Party> partyFrom(const KtHandle<Source>& source) {
+    if (source.isNil()) return KtHandle<Party>();
+    KtHandle<Party> party = new Party(source->getNameAddress(), KtHandle<KtParameters>());
+    const KtString tag = source->getTag();
+    if (!tag.empty()) {
+        party->setTag(tag.c_str());
+        party->getNameAddress()->setAngleBrackets(true);
+    }
+    return party;
+}
+}  // namespace
 
 KtSipByeMessage::KtSipByeMessage(KtHandle<KtSipResponse> response) {
     TORVANE_TRACE_SCOPE(fileLogger(), "KtSipByeMessage ctor (1)");
@@ -17,9 +31,7 @@ KtSipByeMessage::KtSipByeMessage(KtHandle<KtSipResponse> response) {
     addCopyOf(*response, HeaderFrom);
     addCopyOf(*response, HeaderTo);
     addCopyOf(*response, HeaderCallId);
-    // A response without CSeq gives a BYE without one (as invalid as its source).
-    const KtHandle<KtSipCSeqHeader> cseq = sCSeqOf(*response);
-    if (!cseq.isNil()) addCSeq(cseq->getNumber() + 1);
+    addNextCSeq(*response, 1);
     addBody(nullptr, nullptr, 0);
 }
 
@@ -30,33 +42,10 @@ KtSipByeMessage::KtSipByeMessage(KtHandle<KtSipInviteMessage> invite) {
     const KtHandle<KtSipToHeader> inviteTo = invite->cloneFirstHeader(HeaderTo).dynamicCast<KtSipToHeader>();
     if (!inviteFrom.isNil()) setURI(inviteFrom->getNameAddress()->getURI());
     // The side that received the INVITE sends this BYE: its From is the INVITE's To and
-    // its To the INVITE's From, each address with no parameter but the other side's tag.
-    KtHandle<KtSipFromHeader> from;
-    if (!inviteTo.isNil()) {
-        from = new KtSipFromHeader(inviteTo->getNameAddress(), KtHandle<KtParameters>());
-        const KtString tag = inviteTo->getTag();
-        if (!tag.empty()) {
-            from->setTag(tag.c_str());
-            from->getNameAddress()->setAngleBrackets(true);
-        }
-    }
-    KtHandle<KtSipToHeader> to;
-    if (!inviteFrom.isNil()) {
-        to = new KtSipToHeader(inviteFrom->getNameAddress(), KtHandle<KtParameters>());
-        const KtString tag = inviteFrom->getTag();
-        if (!tag.empty()) {
-            to->setTag(tag.c_str());
-            to->getNameAddress()->setAngleBrackets(true);
-        }
-    }
-    addHeader(from, false);
-    addHeader(to, false);
+    // its To the INVITE's From.
+    addHeader(partyFrom<KtSipFromHeader>(inviteTo), false);
+    addHeader(partyFrom<KtSipToHeader>(inviteFrom), false);
     addCopyOf(*invite, HeaderCallId);
-    const KtHandle<KtSipCSeqHeader> cseq = sCSeqOf(*invite);
-    if (!cseq.isNil()) addCSeq(cseq->getNumber() + 1);
+    addNextCSeq(*invite, 1);
     addBody(nullptr, nullptr, 0);
 }
-
-KtSipByeMessage::KtSipByeMessage(const KtSipByeMessage& other) : KtSipMethodMessage<KtSipByeMessage>(other) {}
-
-KtSipByeMessage::~KtSipByeMessage() {}

@@ -8,12 +8,7 @@
 
 /// A BYE request.
 class KtSipByeMessage : public KtSipMethodMessage<KtSipByeMessage> {
-public:
-    /// "BYE".
-    static const KtString sMethodName;
-
-    /// An empty BYE request (the form the message factory creates).
-    KtSipByeMessage();
+    KT_SIP_METHOD_MESSAGE_MEMBERS(KtSipByeMessage)
     /// A BYE sent by the side that sent the INVITE, from a response of the dialog: the
     /// request URI is the URI of the response's Contact, else of its To; clones of From, To
     /// (unchanged) and Call-ID; CSeq with the response's number plus one and method "BYE";
@@ -28,12 +23,6 @@ public:
     /// layer that knows the remote target (the INVITE's Contact) should set it as request
     /// URI afterwards. Throws KtSipParseError "Handle to INVITE is NIL" for a nil INVITE.
     explicit KtSipByeMessage(KtHandle<KtSipInviteMessage> invite);
-    /// The request-building constructors of KtSipRequest with method "BYE".
-    using KtSipMethodMessage<KtSipByeMessage>::KtSipMethodMessage;
-
-    /// A deep copy (see KtSipRequest).
-    KtSipByeMessage(const KtSipByeMessage& other);
-    ~KtSipByeMessage() override;
 };
 
 #endif

@@ -7,13 +7,7 @@
 
 TORVANE_FILE_LOGGER("calvoran.kt.KtSipCallid")
 
-KtSipCallid::KtSipCallid() : m_Value("") {}
-
-KtSipCallid::KtSipCallid(const char* host) : m_Value("") { reGenerate(host); }
-
-KtSipCallid::KtSipCallid(const KtSipCallid& other) : KtObject(), m_Value(other.m_Value) {}
-
-KtSipCallid::~KtSipCallid() {}
+KtSipCallid::KtSipCallid(const char* host) { reGenerate(host); }
 
 KtSipCallid* KtSipCallid::clone() const { return new KtSipCallid(*this); }
 

@@ -153,30 +153,10 @@ bool KtSipMessage::sIsRegistered(const char* method) {
 
 // ---- life cycle --------------------------------------------------------------------------
 
-KtSipMessage::KtSipMessage()
-    : m_Headers(),
-      m_pBody(nullptr),
-      m_BodySize(0),
-      m_BodyCapacity(0),
-      m_MajorVersion(2),
-      m_MinorVersion(0),
-      m_ConnectionPort(0),
-      m_LocalPort(0),
-      m_ConnectionTransport(KtSocketImpl::UDP),
-      m_Status(STATUS_VALID) {}
+KtSipMessage::KtSipMessage() : m_Headers() {}
 
 KtSipMessage::KtSipMessage(const KtSipMessage& other)
-    : KtObject(),
-      m_Headers(),
-      m_pBody(nullptr),
-      m_BodySize(0),
-      m_BodyCapacity(0),
-      m_MajorVersion(2),
-      m_MinorVersion(0),
-      m_ConnectionPort(0),
-      m_LocalPort(0),
-      m_ConnectionTransport(KtSocketImpl::UDP),
-      m_Status(STATUS_VALID) {
+    : KtObject(), m_Headers() {
     try {
         KtMutexGuard guard(other.m_Mutex.get());
         m_MajorVersion = other.m_MajorVersion;
@@ -282,30 +262,26 @@ KtHandle<KtSipMessage> KtSipMessage::sConstructFrom(KtInputStream& in) {
 
 void KtSipMessage::parse(const char* /*firstToken*/, KtInputStream& in) {
     TORVANE_TRACE_SCOPE(fileLogger(), "KtSipMessage::parse");
-    try {
-        parseStartLine(in);
-    } catch (const KtException& e) {
-        KtErrorStream::sGetDefault().writeLine("Exception occurred while parsing start-line of message: ",
-                                               e.getMessage());
-        setStatusIfValid(STATUS_PARSE_FAILED);
-        throw;
-    }
-    try {
-        parseHeaders(in);
-    } catch (const KtException& e) {
-        KtErrorStream::sGetDefault().writeLine("Exception occurred while parsing headers of message: ",
-                                               e.getMessage());
-        setStatusIfValid(STATUS_PARSE_FAILED);
+    // A failing part is reported on the error stream and recorded in the status; a bad
+    // start line or body is passed on, a bad header section only ends the reading.
+    const auto readPart = [this](auto read, const char* report, int status, bool passOn) {
+        try {
+            read();
+            return true;
+        } catch (const KtException& e) {
+            KtErrorStream::sGetDefault().writeLine(report, e.getMessage());
+            setStatusIfValid(status);
+            if (passOn) throw;
+            return false;
+        }
+    };
+    readPart([&] { parseStartLine(in); }, "Exception occurred while parsing start-line of message: ",
+             STATUS_PARSE_FAILED, true);
+    if (!readPart([&] { parseHeaders(in); }, "Exception occurred while parsing headers of message: ",
+                  STATUS_PARSE_FAILED, false))
         return;
-    }
-    try {
-        parseBody(in);
-    } catch (const KtException& e) {
-        KtErrorStream::sGetDefault().writeLine("KtException Occurred while parsing body of message: ",
-                                               e.getMessage());
-        setStatusIfValid(STATUS_BAD_HEADER);
-        throw;
-    }
+    readPart([&] { parseBody(in); }, "KtException Occurred while parsing body of message: ", STATUS_BAD_HEADER,
+             true);
     // Counted by getBodyLength, never written: the slot is filled without an order entry.
     if (m_Headers[HeaderContentLength].isNil()) m_Headers[HeaderContentLength] = new KtSipContentLengthHeader(0);
     if (m_Status == STATUS_VALID) checkValidity();
@@ -613,24 +589,25 @@ KtString KtSipMessage::getBodyType() const {
     return type != nullptr ? type->getMediaType() : KtString();
 }
 
-bool KtSipMessage::isRequired(const char* option) const {
-    if (option == nullptr) return false;
-    const KtHandle<KtSipHeader> chain = mGetHeader(KtSipRequireHeader::sToken.c_str());
+namespace {
+// True when a header of class Option in `chain` holds the option tag `option` exactly.
+template <class Option>
+bool chainHolds(const KtHandle<KtSipHeader>& chain, const char* option) {
     for (const KtSipHeader* h = chain.get(); h != nullptr; h = h->getNext().get()) {
-        const KtSipRequireHeader* require = ktCast<const KtSipRequireHeader>(h);
-        if (require != nullptr && require->getValue().compareWith(option) == 0) return true;
+        const Option* tag = ktCast<const Option>(h);
+        if (tag != nullptr && tag->getValue().compareWith(option) == 0) return true;
     }
     return false;
 }
+}  // namespace
+
+bool KtSipMessage::isRequired(const char* option) const {
+    return option != nullptr && chainHolds<KtSipRequireHeader>(mGetHeader(KtSipRequireHeader::sToken.c_str()), option);
+}
 
 bool KtSipMessage::isSupported(const char* option) const {
-    if (option == nullptr) return false;
-    const KtHandle<KtSipHeader> chain = mGetHeader(KtSipSupportedHeader::sToken.c_str());
-    for (const KtSipHeader* h = chain.get(); h != nullptr; h = h->getNext().get()) {
-        const KtSipSupportedHeader* supported = ktCast<const KtSipSupportedHeader>(h);
-        if (supported != nullptr && supported->getValue().compareWith(option) == 0) return true;
-    }
-    return false;
+    return option != nullptr &&
+           chainHolds<KtSipSupportedHeader>(mGetHeader(KtSipSupportedHeader::sToken.c_str()), option);
 }
 
 // ---- validity and key --------------------------------------------------------------------
@@ -785,29 +762,16 @@ void KtSipMessage::logMessage(const Torvane::Logger& logger, bool received, cons
     if (logger.isEnabledFor(level)) logger.forcedLog(level, text.str(), "KtSipMessage", __LINE__);
 }
 
-void KtSipMessage::setConnectionAddress(const KtInetAddress& address) {
-    KtMutexGuard guard(m_Mutex.get());
-    m_ConnectionAddress = address;
-}
+void KtSipMessage::setConnectionAddress(const KtInetAddress& address) { setLocked(m_ConnectionAddress, address); }
 
-void KtSipMessage::setConnectionPort(unsigned port) {
-    KtMutexGuard guard(m_Mutex.get());
-    m_ConnectionPort = port;
-}
+void KtSipMessage::setConnectionPort(unsigned port) { setLocked(m_ConnectionPort, port); }
 
-void KtSipMessage::setLocalAddress(const KtInetAddress& address) {
-    KtMutexGuard guard(m_Mutex.get());
-    m_LocalAddress = address;
-}
+void KtSipMessage::setLocalAddress(const KtInetAddress& address) { setLocked(m_LocalAddress, address); }
 
-void KtSipMessage::setLocalPort(unsigned port) {
-    KtMutexGuard guard(m_Mutex.get());
-    m_LocalPort = port;
-}
+void KtSipMessage::setLocalPort(unsigned port) { setLocked(m_LocalPort, port); }
 
 void KtSipMessage::setConnectionTransport(KtSocketImpl::Transport transport) {
-    KtMutexGuard guard(m_Mutex.get());
-    m_ConnectionTransport = transport;
+    setLocked(m_ConnectionTransport, transport);
 }
 
 std::ostream& operator<<(std::ostream& os, const KtSipMessage& message) {

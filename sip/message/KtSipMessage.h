@@ -239,6 +239,12 @@ protected:
     void freeBody() noexcept;
     /// Destroys the header slots (see m_Headers).
     void releaseSlots() noexcept;
+    /// Sets `field` to `value` under the message's lock.
+    template <class T>
+    void setLocked(T& field, const T& value) {
+        KtMutexGuard guard(m_Mutex.get());
+        field = value;
+    }
 
     KtLazyMutex m_Mutex;  ///< made on first locked use: a parsed message often needs none
     KtSipHeaderOrder m_HeaderOrder;
@@ -248,17 +254,17 @@ protected:
     union {
         KtHandle<KtSipHeader> m_Headers[HeaderSlotCount];
     };
-    unsigned char* m_pBody;
-    unsigned m_BodySize;      ///< valid body bytes
-    unsigned m_BodyCapacity;  ///< bytes allocated for the body (for the sized pool)
-    unsigned char m_MajorVersion;
-    unsigned char m_MinorVersion;
+    unsigned char* m_pBody = nullptr;
+    unsigned m_BodySize = 0;      ///< valid body bytes
+    unsigned m_BodyCapacity = 0;  ///< bytes allocated for the body (for the sized pool)
+    unsigned char m_MajorVersion = 2;
+    unsigned char m_MinorVersion = 0;
     KtInetAddress m_ConnectionAddress;
-    unsigned m_ConnectionPort;
+    unsigned m_ConnectionPort = 0;
     KtInetAddress m_LocalAddress;
-    unsigned m_LocalPort;
-    KtSocketImpl::Transport m_ConnectionTransport;
-    int m_Status;
+    unsigned m_LocalPort = 0;
+    KtSocketImpl::Transport m_ConnectionTransport = KtSocketImpl::UDP;
+    int m_Status = STATUS_VALID;
 
 private:
     /// The method registry: first token to factory, ordered by the bytes of the token.

@@ -4,6 +4,7 @@
 
 #include "KtSipMsgConstructor.h"
 #include "KtSipRequest.h"
+#include "KtSipResponse.h"
 
 /// Base of a request class of one method. `Derived` declares
 /// `static const KtString sMethodName;` and a public copy constructor; its source file
@@ -43,6 +44,17 @@ protected:
     /// An empty request of the class's method (the form the factory creates).
     KtSipMethodMessage() : KtSipRequest(Derived::sMethodName) {}
     KtSipMethodMessage(const KtSipMethodMessage& other) = default;
+    /// The request of an ACK or PRACK for `response` (see initAcknowledgement), built under
+    /// the trace scope "Derived ctor" of `logger`. Throws KtSipParseError "Handle to
+    /// response is NIL" for a nil response.
+    KtSipMethodMessage(const KtHandle<KtSipResponse>& response, const char* refusal, unsigned int increment,
+                       const void* body, const char* contentType, unsigned int length,
+                       const Torvane::Logger& logger, const char* scope)
+        : KtSipRequest(Derived::sMethodName) {
+        TORVANE_TRACE_SCOPE(logger, scope);
+        if (response.isNil()) KtSipParseError::sThrow("Handle to response is NIL");
+        initAcknowledgement(*response, refusal, increment, body, contentType, length);
+    }
 };
 
 /// The members every method class declares the same way: the static method name, the empty
@@ -55,6 +67,21 @@ public:                                                                     \
     CLASS() = default;                                                      \
     using KtSipMethodMessage<CLASS>::KtSipMethodMessage;                    \
     CLASS(const CLASS& other) = default;
+
+/// The constructor of ACK and PRACK from the response they answer: `length` bytes of `body`
+/// of type `contentType` (a `length` of 0 adds Content-Length 0).
+#define KT_SIP_ACKNOWLEDGEMENT_CONSTRUCTOR(CLASS)                                                  \
+    explicit CLASS(KtHandle<KtSipResponse> response, const void* body = nullptr,                   \
+                   const char* contentType = nullptr, unsigned int length = 0);
+
+/// Defines that constructor in the class's source file: the response's CSeq method must be
+/// exactly "INVITE" (else KtSipParseError REFUSAL), the CSeq number is the response's plus
+/// INCREMENT, and the trace scope is "CLASS ctor".
+#define KT_SIP_ACKNOWLEDGEMENT_DEFINE(CLASS, REFUSAL, INCREMENT)                                   \
+    CLASS::CLASS(KtHandle<KtSipResponse> response, const void* body, const char* contentType,      \
+                 unsigned int length)                                                               \
+        : KtSipMethodMessage(response, (REFUSAL), (INCREMENT), body, contentType, length, fileLogger(), \
+                             #CLASS " ctor") {}
 
 /// Defines CLASS::sMethodName as NAME (an immortal constant: the requests of the class share
 /// it without counting references) and registers the class with the message factory.

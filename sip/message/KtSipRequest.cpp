@@ -133,6 +133,11 @@ void KtSipRequest::addCSeq(unsigned int number) {
     addHeader(KtHandle<KtSipHeader>(new KtSipCSeqHeader(number, m_Method.c_str())), false);
 }
 
+void KtSipRequest::addNextCSeq(const KtSipMessage& source, unsigned int increment) {
+    const KtHandle<KtSipCSeqHeader> cseq = sCSeqOf(source);
+    if (!cseq.isNil()) addCSeq(cseq->getNumber() + increment);
+}
+
 void KtSipRequest::addBody(const void* body, const char* contentType, unsigned int length) {
     if (length == 0)
         addHeader(KtHandle<KtSipHeader>(new KtSipContentLengthHeader(0u)), false);

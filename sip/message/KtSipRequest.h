@@ -131,6 +131,9 @@ protected:
     void addCopyOf(const KtSipMessage& source, HeaderID id);
     /// Adds a CSeq header with `number` and this request's method.
     void addCSeq(unsigned int number);
+    /// Adds a CSeq header with the number of `source`'s CSeq plus `increment`; nothing when
+    /// `source` has no CSeq (the request is then as invalid as its source).
+    void addNextCSeq(const KtSipMessage& source, unsigned int increment);
     /// A `length` of 0 adds Content-Length 0 (body and type ignored); otherwise setBody.
     void addBody(const void* body, const char* contentType, unsigned int length);
     /// The URI of the address of the first header of kind `id` of `source` (From, To or

@@ -25,13 +25,7 @@ static_assert(KtSipTag::MAX_PREFIX_LENGTH + 2 + 8 + 8 + 1 <= TAG_BUFFER_SIZE, "t
 
 }  // namespace
 
-KtSipTag::KtSipTag() : m_Value("") {}
-
-KtSipTag::KtSipTag(const char* prefix) : m_Value("") { reGenerate(prefix); }
-
-KtSipTag::KtSipTag(const KtSipTag& other) : KtObject(), m_Value(other.m_Value) {}
-
-KtSipTag::~KtSipTag() {}
+KtSipTag::KtSipTag(const char* prefix) { reGenerate(prefix); }
 
 KtSipTag* KtSipTag::clone() const { return new KtSipTag(*this); }
 
