@@ -34,8 +34,8 @@ set -uo pipefail
 
 ROOT=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 SCENARIOS=$ROOT/tests/interop
-# shellcheck source=tests/interop/wait-listening.sh
-source "$SCENARIOS/wait-listening.sh"
+# shellcheck source=tests/interop/process-helpers.sh
+source "$SCENARIOS/process-helpers.sh"
 KTSIP=${1:-${KTSIP:-build/tools/ktsip/ktsip}}
 PORT=${KTSIP_INTEROP_PORT:-15060}
 CLIENT_PORT=${KTSIP_INTEROP_CLIENT_PORT:-15061}
@@ -65,11 +65,7 @@ SERVER_PID=""
 failures=0
 
 cleanup() {
-  if [[ -n "$SERVER_PID" ]] && kill -0 "$SERVER_PID" 2>/dev/null; then
-    kill -TERM "$SERVER_PID" 2>/dev/null
-    for _ in $(seq 50); do kill -0 "$SERVER_PID" 2>/dev/null || break; sleep 0.1; done
-    kill -KILL "$SERVER_PID" 2>/dev/null
-  fi
+  stop_process "$SERVER_PID"
   if [[ $failures -eq 0 && "${KTSIP_INTEROP_KEEP:-0}" != 1 ]]; then
     rm -rf "$WORK"
   else

@@ -8,11 +8,21 @@
 #include <string>
 #include <thread>
 #include <tuple>
+#include <utility>
 #include <vector>
 
 #include "KtMutex.h"
 #include "KtString.h"
 #include "TorvaneMemAllocator.h"
+
+namespace {
+/// How many live objects and bytes the pool `tag` holds more than it did at `before`.
+std::pair<long long, long long> grown(const char* tag, const Torvane::PoolStats& before) {
+    const Torvane::PoolStats now = Torvane::MemPool::sStatsFor(tag);
+    return {now.liveObjects - before.liveObjects, now.liveBytes - before.liveBytes};
+}
+const std::pair<long long, long long> kNone(0, 0);
+}  // namespace
 
 TEST(KtMutex, CreatedWithTheRequiredAttributes) {
     const pthread_mutexattr_t& attr = KtMutex::sAttributes();
@@ -56,13 +66,10 @@ TEST(MemPool, CountsLiveObjectsAndBytesPerTag) {
     std::vector<void*> blocks;
     for (unsigned size : {1u, 16u, 17u, 500u, 3000u, 70000u}) blocks.push_back(pool.allocate(size));
     void* sized = pool.allocateSized(40);
-    Torvane::PoolStats during = Torvane::MemPool::sStatsFor("TestPool");
-    EXPECT_EQ(during.liveObjects - before.liveObjects, 7);
-    EXPECT_EQ(during.liveBytes - before.liveBytes, 1 + 16 + 17 + 500 + 3000 + 70000 + 40);
+    EXPECT_EQ(grown("TestPool", before), std::make_pair(7LL, 1LL + 16 + 17 + 500 + 3000 + 70000 + 40));
     for (void* b : blocks) pool.deallocate(b);
     pool.deallocateSized(sized, 40);
-    Torvane::PoolStats after = Torvane::MemPool::sStatsFor("TestPool");
-    EXPECT_EQ(std::make_pair(after.liveObjects, after.liveBytes), std::make_pair(before.liveObjects, before.liveBytes));
+    EXPECT_EQ(grown("TestPool", before), kNone);
 }
 
 namespace {
@@ -88,14 +95,11 @@ public:
 TEST(MemPool, PooledObjectsReturnTheBlockOfTheirOwnClass) {
     const Torvane::PoolStats before = Torvane::MemPool::sStatsFor("PooledTest");
     PooledBase* objects[] = {new PooledBase, new PooledDerived, new PooledDerived};
-    const Torvane::PoolStats during = Torvane::MemPool::sStatsFor("PooledTest");
-    EXPECT_EQ(during.liveObjects - before.liveObjects, 3);
-    EXPECT_EQ(during.liveBytes - before.liveBytes,
-              static_cast<long long>(sizeof(PooledBase) + 2 * sizeof(PooledDerived)));
+    EXPECT_EQ(grown("PooledTest", before),
+              std::make_pair(3LL, static_cast<long long>(sizeof(PooledBase) + 2 * sizeof(PooledDerived))));
     for (PooledBase* object : objects) delete object;
     EXPECT_THROW(new PooledThrowing, std::runtime_error);
-    const Torvane::PoolStats after = Torvane::MemPool::sStatsFor("PooledTest");
-    EXPECT_EQ(std::make_pair(after.liveObjects, after.liveBytes), std::make_pair(before.liveObjects, before.liveBytes));
+    EXPECT_EQ(grown("PooledTest", before), kNone);
 }
 
 namespace {
@@ -122,14 +126,11 @@ TEST(MemPool, KnownTagsHaveOnePoolWhicheverWayReached) {
     void* viaIndex = Torvane::KnownPool<index>().allocateSized(40);
     void* viaName = byName.allocateSized(40);
     PooledKnown* object = new PooledKnown;
-    const Torvane::PoolStats during = Torvane::MemPool::sStatsFor("KtByteArray");
-    EXPECT_EQ(during.liveObjects - before.liveObjects, 3);
-    EXPECT_EQ(during.liveBytes - before.liveBytes, static_cast<long long>(80 + sizeof(PooledKnown)));
+    EXPECT_EQ(grown("KtByteArray", before), std::make_pair(3LL, static_cast<long long>(80 + sizeof(PooledKnown))));
     byName.deallocateSized(viaIndex, 40);
     Torvane::MemPool::sDeallocateSizedAt(index, viaName, 40);
     delete object;
-    const Torvane::PoolStats after = Torvane::MemPool::sStatsFor("KtByteArray");
-    EXPECT_EQ(std::make_pair(after.liveObjects, after.liveBytes), std::make_pair(before.liveObjects, before.liveBytes));
+    EXPECT_EQ(grown("KtByteArray", before), kNone);
 
     auto tagsNow = [] {
         std::vector<std::string> tags;
@@ -167,10 +168,9 @@ TEST(MemPool, CountersBalanceWhenObjectsMoveBetweenThreads) {
         for (int i = 0; i < 5000; ++i) made.push_back(KtString(longText.c_str()));
     });
     producer.join();  // the producer's thread cache is folded into the pool when it ends
-    Torvane::PoolStats during = Torvane::MemPool::sStatsFor("KtString");
-    EXPECT_EQ(during.liveObjects - before.liveObjects, 10000);  // buffer object + its text
+    EXPECT_EQ(grown("KtString", before).first, 10000);  // buffer object + its text
     made.clear();  // freed on this thread
-    EXPECT_EQ(Torvane::MemPool::sStatsFor("KtString").liveObjects, before.liveObjects);
+    EXPECT_EQ(grown("KtString", before), kNone);
 }
 
 // A thread that starts after another ended takes over the ended thread's cached blocks as
@@ -205,7 +205,5 @@ TEST(MemPool, EndedThreadsCachesAreAdoptedWhole) {
             for (void* b : blocks) pool.deallocate(b);
         });
     for (auto& th : threads) th.join();
-    const Torvane::PoolStats after = Torvane::MemPool::sStatsFor("AdoptPool");
-    EXPECT_EQ(warm.liveObjects, after.liveObjects);
-    EXPECT_EQ(warm.liveBytes, after.liveBytes);
+    EXPECT_EQ(grown("AdoptPool", warm), kNone);
 }

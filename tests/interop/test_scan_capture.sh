@@ -20,8 +20,8 @@ ROOT=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
 KTSIP=${1:?usage: test_scan_capture.sh KTSIP-BINARY}
 PORT=${KTSIP_SCAN_PORT:-15260}
 CALLS=${KTSIP_SCAN_CALLS:-20}
-# shellcheck source=tests/interop/wait-listening.sh
-source "$ROOT/tests/interop/wait-listening.sh"
+# shellcheck source=tests/interop/process-helpers.sh
+source "$ROOT/tests/interop/process-helpers.sh"
 
 skip() {
   echo "scan-capture: SKIPPED: $*" >&2
@@ -33,15 +33,9 @@ command -v python3 >/dev/null 2>&1 || skip "python3 is not installed"
 
 WORK=$(mktemp -d "${TMPDIR:-/tmp}/ktsip-scan-capture.XXXXXX")
 SERVER_PID="" DUMP_PID="" failed=1
-stop() {  # PID: SIGTERM, then SIGKILL after five seconds
-  [[ -n "$1" ]] && kill -0 "$1" 2>/dev/null || return 0
-  kill -TERM "$1" 2>/dev/null
-  for _ in $(seq 50); do kill -0 "$1" 2>/dev/null || return 0; sleep 0.1; done
-  kill -KILL "$1" 2>/dev/null
-}
 cleanup() {
-  stop "$DUMP_PID"
-  stop "$SERVER_PID"
+  stop_process "$DUMP_PID"
+  stop_process "$SERVER_PID"
   if [[ $failed -eq 0 && "${KTSIP_SCAN_KEEP:-0}" != 1 ]]; then rm -rf "$WORK"; else echo "scan-capture: files kept in $WORK" >&2; fi
 }
 trap cleanup EXIT
@@ -65,7 +59,7 @@ bash "$ROOT/tests/interop/run-scenario.sh" uac-udp "$CALLS" "$WORK" 127.0.0.1:"$
   -p $((PORT + 1)) -sn uac -t u1 -r 50 || status=1
 bash "$ROOT/tests/interop/run-scenario.sh" uac-tcp "$CALLS" "$WORK" 127.0.0.1:"$PORT" -i 127.0.0.1 \
   -p $((PORT + 2)) -sn uac -t t1 -r 50 || status=1
-stop "$SERVER_PID"
+stop_process "$SERVER_PID"
 wait "$SERVER_PID" 2>/dev/null
 SERVER_PID=""
 # tcpdump may lag behind on a busy machine: it is stopped once its file has not grown for
@@ -77,7 +71,7 @@ for _ in $(seq 20); do
   [[ $size -eq $last ]] && break
   last=$size
 done
-stop "$DUMP_PID"
+stop_process "$DUMP_PID"
 wait "$DUMP_PID" 2>/dev/null
 DUMP_PID=""
 

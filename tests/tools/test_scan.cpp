@@ -70,28 +70,28 @@ Output scan(const std::string& path, const std::vector<std::string>& options = {
     return out;
 }
 
-// What one reported message is: "METHOD" or "CODE" when parsed, the exception class otherwise.
-std::string what(const json& m) {
-    if (!m["ok"].get<bool>()) return m["exception"].get<std::string>();
-    return m["request"].get<bool>() ? m["method"].get<std::string>() : std::to_string(m["code"].get<int>());
-}
+const std::string kA = "192.0.2.1:5070", kB = "192.0.2.2:5060";
 
-struct Expected {
-    unsigned frame;
-    std::string src, dst, transport, what;
-};
+// One reported message as "frame src dst transport what", kA and kB written A and B; what
+// is the method or code when parsed, the exception class otherwise.
+std::string summaryOf(const json& m) {
+    const auto address = [](const std::string& a) { return a == kA ? "A" : a == kB ? "B" : a; };
+    const std::string what = !m["ok"].get<bool>()  ? m["exception"].get<std::string>()
+                             : m["request"].get<bool>() ? m["method"].get<std::string>()
+                                                        : std::to_string(m["code"].get<int>());
+    return std::to_string(m["frame"].get<unsigned>()) + " " + address(m["src"]) + " " + address(m["dst"]) + " " +
+           m["transport"].get<std::string>() + " " + what;
+}
 
 struct Case {
     const char* name;
     int linkType;
     std::function<void(CaptureWriter&)> write;
-    std::vector<Expected> messages;
+    std::vector<std::string> messages;  // "frame src dst transport what"; A and B stand for kA and kB
     unsigned skipped;
     json summary = json::object();  // further fields the summary must have
     std::vector<std::string> options = {};
 };
-
-const std::string kA = "192.0.2.1:5070", kB = "192.0.2.2:5060";
 
 }  // namespace
 
@@ -106,18 +106,18 @@ TEST(KtsipScan, FindsEverySipMessageOnceInOrder) {
              w.packet(udp4("GET / HTTP/1.1\r\nHost: x\r\n\r\n", 5070, 80));
              w.packet(CaptureWriter::ipv4("192.0.2.1", "192.0.2.2", 1, "\x08\x00icmp"));
          },
-         {{1, kA, kB, "udp", "INVITE"}, {3, kB, kA, "udp", "200"}}, 3},
+         {"1 A B udp INVITE", "3 B A udp 200"}, 3},
         {"udp over ipv6, linux cooked", DLT_LINUX_SLL,
          [](CaptureWriter& w) {
              w.packet(CaptureWriter::ipv6("2001:db8::1", "2001:db8::2", kUdp, CaptureWriter::udp(5060, 5062, kBye)));
          },
-         {{1, "[2001:db8::1]:5060", "[2001:db8::2]:5062", "udp", "BYE"}}, 0},
+         {"1 [2001:db8::1]:5060 [2001:db8::2]:5062 udp BYE"}, 0},
         {"keep-alive and an invalid message over raw ip", DLT_RAW,
          [](CaptureWriter& w) {
              w.packet(udp4("\r\n\r\n"));
              w.packet(udp4("OPTIONS sip:bob@b.example SIP/2.0\r\nCSeq: x\r\nContent-Length: 0\r\n\r\n"));
          },
-         {{1, kA, kB, "udp", "KtSipParseKeepAliveException"}, {2, kA, kB, "udp", "OPTIONS"}}, 0,
+         {"1 A B udp KtSipParseKeepAliveException", "2 A B udp OPTIONS"}, 0,
          {{"invalid", {{"1", 1}}}, {"requests", {{"OPTIONS", 1}}}}},
         {"ipv4 fragments, out of order, completed by the last one", DLT_RAW,
          [&](CaptureWriter& w) {
@@ -130,14 +130,14 @@ TEST(KtsipScan, FindsEverySipMessageOnceInOrder) {
              w.packet(piece(2960, std::string::npos, false));
              w.packet(piece(0, 1480, true));
          },
-         {{2, kA, kB, "udp", "BYE"}, {4, kA, kB, "udp", "INVITE"}}, 0},
+         {"2 A B udp BYE", "4 A B udp INVITE"}, 0},
         {"ipv6 fragments", DLT_RAW,
          [&](CaptureWriter& w) {
              const std::string d = CaptureWriter::udp(5070, 5060, big);
              w.packet(CaptureWriter::ipv6("2001:db8::1", "2001:db8::2", kUdp, d.substr(0, 1456), true, 5, 0, true));
              w.packet(CaptureWriter::ipv6("2001:db8::1", "2001:db8::2", kUdp, d.substr(1456), true, 5, 1456, false));
          },
-         {{2, "[2001:db8::1]:5070", "[2001:db8::2]:5060", "udp", "INVITE"}}, 0},
+         {"2 [2001:db8::1]:5070 [2001:db8::2]:5060 udp INVITE"}, 0},
         {"tcp: split, two in one segment, retransmitted, out of order", DLT_EN10MB,
          [](CaptureWriter& w) {
              const std::uint32_t s = 1000;
@@ -154,9 +154,7 @@ TEST(KtsipScan, FindsEverySipMessageOnceInOrder) {
              w.packet(tcp4(end, "", CaptureWriter::FIN | CaptureWriter::ACK));
              w.packet(tcp4(b, kInvite.substr(100) + kBye));                       // 9: late retransmission
          },
-         {{4, kA, kB, "tcp", "INVITE"}, {4, kA, kB, "tcp", "BYE"}, {6, kA, kB, "tcp", "BYE"},
-          {6, kA, kB, "tcp", "ACK"}},
-         3},
+         {"4 A B tcp INVITE", "4 A B tcp BYE", "6 A B tcp BYE", "6 A B tcp ACK"}, 3},
         {"tcp joined in the middle of a message; a message without Content-Length ends at its blank line",
          DLT_EN10MB,
          [](CaptureWriter& w) {
@@ -164,38 +162,38 @@ TEST(KtsipScan, FindsEverySipMessageOnceInOrder) {
              options.erase(options.find("Content-Length: 0\r\n"), 19);
              w.packet(tcp4(77, kInvite.substr(50) + options + kBye));
          },
-         {{1, kA, kB, "tcp", "OPTIONS"}, {1, kA, kB, "tcp", "BYE"}}, 0},
+         {"1 A B tcp OPTIONS", "1 A B tcp BYE"}, 0},
         {"a stream that never frames a message is dropped", DLT_EN10MB,
          [](CaptureWriter& w) {
              for (std::uint32_t i = 0; i < 50; ++i) w.packet(tcp4(i * 1400, std::string(1400, 'z')));
              w.packet(udp4(kBye));
          },
-         {{51, kA, kB, "udp", "BYE"}}, 50, {{"tcp_streams_dropped", 1}}},
+         {"51 A B udp BYE"}, 50, {{"tcp_streams_dropped", 1}}},
         {"vlan-tagged ethernet", DLT_EN10MB,
          [](CaptureWriter& w) {
              w.raw(std::string("\x02\0\0\0\0\x02\x02\0\0\0\0\x01\x81\x00\x00\x07\x08\x00", 18) + udp4(kBye));
          },
-         {{1, kA, kB, "udp", "BYE"}}, 0},
+         {"1 A B udp BYE"}, 0},
         {"a datagram cut short by the snapshot length is not parsed", DLT_RAW,
          [](CaptureWriter& w) {
              w.raw(udp4(kInvite), 200);
              w.packet(udp4(kBye));
          },
-         {{2, kA, kB, "udp", "BYE"}}, 1, {{"truncated_packets", 1}}},
+         {"2 A B udp BYE"}, 1, {{"truncated_packets", 1}}},
         {"linux cooked v2", DLT_LINUX_SLL2, [](CaptureWriter& w) { w.packet(udp4(kOk)); },
-         {{1, kA, kB, "udp", "200"}}, 0},
+         {"1 A B udp 200"}, 0},
         {"bsd loopback", DLT_NULL,
          [](CaptureWriter& w) {
              w.packet(CaptureWriter::ipv6("::1", "::1", kUdp, CaptureWriter::udp(5060, 5061, kBye)));
          },
-         {{1, "[::1]:5060", "[::1]:5061", "udp", "BYE"}}, 0},
+         {"1 [::1]:5060 [::1]:5061 udp BYE"}, 0},
         {"--port and --filter", DLT_EN10MB,
          [](CaptureWriter& w) {
              w.packet(udp4(kInvite, 5070, 5060));
              w.packet(udp4(kBye, 5070, 5080));
              w.packet(CaptureWriter::ipv4("198.51.100.1", "192.0.2.2", kUdp, CaptureWriter::udp(5070, 5080, kBye)));
          },
-         {{2, kA, "192.0.2.2:5080", "udp", "BYE"}}, 0, {{"filtered_packets", 2}}, {"--port", "5080", "--filter", "src host 192.0.2.1"}},
+         {"2 A 192.0.2.2:5080 udp BYE"}, 0, {{"filtered_packets", 2}}, {"--port", "5080", "--filter", "src host 192.0.2.1"}},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
@@ -207,16 +205,9 @@ TEST(KtsipScan, FindsEverySipMessageOnceInOrder) {
         const Output out = scan(path, c.options);
         unlink(path.c_str());
         EXPECT_EQ(out.status, 0);
-        ASSERT_EQ(out.messages.size(), c.messages.size());
-        for (std::size_t i = 0; i < c.messages.size(); ++i) {
-            const json& m = out.messages[i];
-            const Expected& e = c.messages[i];
-            EXPECT_EQ(m["frame"], e.frame) << i;
-            EXPECT_EQ(m["src"], e.src) << i;
-            EXPECT_EQ(m["dst"], e.dst) << i;
-            EXPECT_EQ(m["transport"], e.transport) << i;
-            EXPECT_EQ(what(m), e.what) << i;
-        }
+        std::vector<std::string> found;
+        for (const json& m : out.messages) found.push_back(summaryOf(m));
+        EXPECT_EQ(found, c.messages);
         EXPECT_EQ(out.summary["messages"], c.messages.size());
         EXPECT_EQ(out.summary["skipped_packets"], c.skipped);
         for (const auto& item : c.summary.items()) EXPECT_EQ(out.summary[item.key()], item.value()) << item.key();

@@ -2,131 +2,132 @@
 // several threads at once: test_concurrency.cpp).
 #include <gtest/gtest.h>
 
-#include "KtSipCallIdHeader.h"
-#include "KtSipFromHeader.h"
-#include "KtSipToHeader.h"
+#include <algorithm>
+#include <functional>
+
 #include "KtSipUnknownHeader.h"
 #include "KtSipViaHeader.h"
+#include "HeaderTestSupport.h"
 #include "MessageTestSupport.h"
 
 using namespace kttest;
 
 namespace {
 
-/// The names (unknown headers) or Via hosts of the chain of kind `id`, joined by spaces.
-std::string chain(const KtSipMessage& message, HeaderID id) {
+/// The names (unknown headers) or Via hosts of the chain from `first` on, joined by spaces.
+std::string chain(const KtSipHeader* first) {
     std::string out;
-    for (KtSipHeader* h = message.mGetHeaderByID(id).get(); h; h = h->getNext().get()) {
+    for (const KtSipHeader* h = first; h; h = h->getNext().get()) {
         const KtSipViaHeader* via = dynamic_cast<const KtSipViaHeader*>(h);
         out += (out.empty() ? "" : " ") + std::string(via ? via->getHost().c_str() : h->getToken().c_str());
     }
     return out;
 }
 
+/// The kinds of `message` in its order, each as its chain, separated by " | ".
+std::string layout(const KtSipMessage& message) {
+    std::string out;
+    for (HeaderID id : message.getHeaderOrder()) out += " | " + chain(message.mGetHeaderByID(id).get());
+    return out.substr(std::min<size_t>(out.size(), 3));
+}
+
 KtHandle<KtSipHeader> via(const char* host) { return new KtSipViaHeader(host, 5060, "udp"); }
 KtHandle<KtSipHeader> unknown(const char* name, const char* value = "1") { return new KtSipUnknownHeader(name, value); }
-
-TEST(MessageModel, KindsStayTogetherInFirstAddedOrder) {
-    KtSipResponse message;
-    message.addHeader(new KtSipFromHeader("<sip:a@a.example>"));
-    message.addHeader(via("v1"));
-    message.addHeader(new KtSipToHeader("<sip:b@b.example>"));
-    message.addHeader(via("v2"));
-    EXPECT_EQ("SIP/2.0 0 \r\nFrom: <sip:a@a.example>\r\nVia: SIP/2.0/UDP v1:5060\r\nVia: SIP/2.0/UDP v2:5060\r\n"
-              "To: <sip:b@b.example>\r\n\r\n",
-              wire(message));
-    EXPECT_EQ((std::vector<HeaderID>{HeaderFrom, HeaderVia, HeaderTo}), message.getHeaderOrder());
+KtHandle<KtSipHeader> viaPair(const char* first, const char* second) {
+    KtHandle<KtSipHeader> pair = via(first);
+    pair->addNext(via(second).get());
+    return pair;
+}
+std::string value(const KtSipMessage& m, const char* name) {
+    const KtHandle<KtSipHeader> h = m.mGetHeader(name);
+    return h.isNil() ? "-" : h->getValueString().c_str();
 }
 
-TEST(MessageModel, AppendPrependAndAddingTwice) {
-    KtSipResponse message;
-    KtHandle<KtSipHeader> first = via("v1");
-    message.addHeader(first);
-    message.addHeader(first);  // heads the chain: ignored
-    message.addHeader(via("v2"));
-    message.addHeader(via("v0"), true);
-    message.asynchAddHeader(via("v3"), false);
-    message.asynchAddHeader(via("v-1"), true);
-    KtHandle<KtSipHeader> pair = via("c1");
-    pair->addNext(via("c2").get());
-    message.addHeader(pair);  // a chain is added whole
-    EXPECT_EQ("v-1 v0 v1 v2 v3 c1 c2", chain(message, HeaderVia));
-    // Headers already inside the chain are not linked again (that would close a loop).
-    message.addHeader(first);
-    message.addHeader(first, true);
-    message.addHeader(pair);
-    EXPECT_EQ("v-1 v0 v1 v2 v3 c1 c2", chain(message, HeaderVia));
-    // Nil handles are ignored.
-    message.addHeader(nullptr);
-    message.addSingleHeader(nullptr);
-    message.asynchAddHeader(nullptr, false);
-    message.addHeaderByID(nullptr);
-    EXPECT_EQ(std::vector<HeaderID>{HeaderVia}, message.getHeaderOrder());
-}
-
-TEST(MessageModel, RemoveHeader) {
-    KtSipResponse message;
-    message.addHeader(via("v1"));
-    message.addHeader(new KtSipCallIdHeader("c1"));
-    message.addHeader(via("v2"));
-    EXPECT_TRUE(message.removeHeader("Via"));
-    EXPECT_EQ("v2", chain(message, HeaderVia));
-    EXPECT_EQ((std::vector<HeaderID>{HeaderVia, HeaderCallId}), message.getHeaderOrder());
-    EXPECT_TRUE(message.removeHeader("v"));
-    EXPECT_EQ(std::vector<HeaderID>{HeaderCallId}, message.getHeaderOrder());
-    EXPECT_FALSE(message.removeHeader("Via"));
-    EXPECT_FALSE(message.removeHeader(nullptr));
-    // Lookup: known kinds by any of their names, case ignored; unknown names exactly.
-    message.addHeader(unknown("X-Foo", "foo"));
-    message.addHeader(unknown("X-Bar", "bar"));
-    EXPECT_EQ(HeaderCallId, message.mTokenToID("CALL-ID"));
-    EXPECT_EQ(HeaderCallId, message.mTokenToID("i"));
-    EXPECT_EQ(HeaderUnknown, message.mTokenToID("Content-Type")) << "registered but absent";
-    EXPECT_STREQ("c1", message.mGetHeader("call-id")->getValueString().c_str());
-    EXPECT_STREQ("bar", message.mGetHeader("X-Bar")->getValueString().c_str());
-    EXPECT_TRUE(message.mGetHeader("x-foo").isNil());
-    EXPECT_TRUE(message.mGetHeader("Content-Type").isNil());
-    EXPECT_TRUE(message.mGetHeaderByID(static_cast<HeaderID>(60)).isNil());
-
-    // unknown headers present, name removed, result, names remaining
-    struct Row { std::vector<const char*> unknowns; const char* name; bool result; const char* remaining; };
+TEST(MessageModel, AddingRemovingAndLookingUp) {
+    using Op = std::function<void(KtSipResponse&, std::string& result)>;
+    // Removals: the results of the calls, "1" or "0".
+    const auto remove = [](std::vector<const char*> names) {
+        return Op([names](KtSipResponse& m, std::string& result) {
+            for (const char* name : names) result += m.removeHeader(name) ? "1" : "0";
+        });
+    };
+    // header lines added first, the operation, what it returns, the layout afterwards
+    struct Row { const char* name; std::vector<std::string> lines; Op op; std::string result; const char* layout; };
+    const std::string viaLines[] = {"Via: SIP/2.0/UDP v1", "Call-ID: c1", "Via: SIP/2.0/UDP v2"};
     const Row rows[] = {
-        {{"X-Foo"}, "X-Foo", true, "X-Foo"},        // the only element stays
-        {{"X-Foo"}, "x-foo", true, "X-Foo"},        // case ignored
-        {{"X-A", "X-B"}, "X-A", true, "X-B"},       // a first element with a successor goes
-        {{"X-A", "X-B"}, "X-B", true, "X-A X-B"},   // a later element stays
-        {{"X-A", "X-B"}, "X-C", false, "X-A X-B"}, {{}, "X-A", false, ""},
+        {"kinds stay together in first-added order",
+         {"From: <sip:a@a.example>", viaLines[0], "To: <sip:b@b.example>", viaLines[2]},
+         [](KtSipResponse& m, std::string& result) { result = wire(m); },
+         "SIP/2.0 0 \r\nFrom: <sip:a@a.example>\r\nVia: SIP/2.0/UDP v1\r\nVia: SIP/2.0/UDP v2\r\n"
+         "To: <sip:b@b.example>\r\n\r\n", "From | v1 v2 | To"},
+        {"append, prepend, a chain added whole", {viaLines[0]},
+         [](KtSipResponse& m, std::string&) {
+             m.addHeader(m.mGetHeaderByID(HeaderVia));  // heads the chain: ignored
+             m.addHeader(via("v2"));
+             m.addHeader(via("v0"), true);
+             m.asynchAddHeader(via("v3"), false);
+             m.asynchAddHeader(via("v-1"), true);
+             m.addHeader(viaPair("c1", "c2"));
+         }, "", "v-1 v0 v1 v2 v3 c1 c2"},
+        // Linking them again would close a loop.
+        {"headers inside the chain and nil handles are ignored", {"Via: SIP/2.0/UDP v1, SIP/2.0/UDP v2, SIP/2.0/UDP v3"},
+         [](KtSipResponse& m, std::string&) {
+             const KtHandle<KtSipHeader> second = m.mGetHeaderByID(HeaderVia)->getNext();
+             m.addHeader(second);
+             m.addHeader(second, true);
+             m.addHeader(second->getNext());
+             m.addHeader(nullptr);
+             m.addSingleHeader(nullptr);
+             m.asynchAddHeader(nullptr, false);
+             m.addHeaderByID(nullptr);
+         }, "", "v1 v2 v3"},
+        {"remove takes the first element", {viaLines[0], viaLines[1], viaLines[2]}, remove({"Via"}), "1", "v2 | Call-ID"},
+        {"remove by compact name; the last element takes the kind out of the order",
+         {viaLines[0], viaLines[1], viaLines[2]}, remove({"Via", "v", "Via", nullptr}), "1100", "Call-ID"},
+        {"unknown: the only element stays", {"X-Foo: 1"}, remove({"X-Foo", "x-foo"}), "11", "X-Foo"},
+        {"unknown: a first element with a successor goes", {"X-A: 1", "X-B: 1"}, remove({"X-A"}), "1", "X-B"},
+        {"unknown: a later element stays", {"X-A: 1", "X-B: 1"}, remove({"X-B", "X-C"}), "10", "X-A X-B"},
+        {"unknown: none", {}, remove({"X-A"}), "0", ""},
+        // Known kinds are found by any of their names, case ignored; unknown names exactly.
+        {"lookup", {viaLines[1], "X-Foo: foo", "X-Bar: bar"},
+         [](KtSipResponse& m, std::string& result) {
+             result = value(m, "call-id") + value(m, "X-Bar") + value(m, "x-foo") + value(m, "Content-Type") +
+                    std::to_string(m.mTokenToID("CALL-ID")) + std::to_string(m.mTokenToID("i")) +
+                    std::to_string(m.mTokenToID("Content-Type")) + value(m, "X-Foo");
+         },
+         "c1bar--" + std::to_string(HeaderCallId) + std::to_string(HeaderCallId) + std::to_string(HeaderUnknown) + "foo",
+         "Call-ID | X-Foo X-Bar"},
+        {"addSingleHeader adds the first element of its argument", {viaLines[0]},
+         [](KtSipResponse& m, std::string& result) {
+             const KtHandle<KtSipHeader> pair = viaPair("c1", "c2");
+             m.addSingleHeader(pair);
+             m.addSingleHeader(via("c0"), true);
+             m.addSingleHeader(m.mGetHeaderByID(HeaderVia));  // heads the chain: ignored
+             result = chain(pair.get());
+         }, "c1 c2", "c0 v1 c1"},
+        // The chain is found by name only: X-A does not find the unknown chain headed by X-B,
+        // so its copy replaces that chain and the unknown id enters the order a second time.
+        {"addSingleHeader of an unknown name", {"X-B: b"},
+         [](KtSipResponse& m, std::string& result) {
+             m.addSingleHeader(unknown("X-A", "a"));
+             result = wire(m);
+         }, "SIP/2.0 0 \r\nX-A: a\r\nX-A: a\r\n\r\n", "X-A | X-A"},
+        {"addSingleHeader of that name again", {"X-B: b"},
+         [](KtSipResponse& m, std::string&) {
+             m.addSingleHeader(unknown("X-A", "a"));
+             m.addSingleHeader(unknown("X-A", "a2"));
+         }, "", "X-A X-A | X-A X-A"},
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.name);
-        KtSipResponse unknownOnly;
-        for (const char* name : row.unknowns) unknownOnly.addHeader(unknown(name));
-        EXPECT_EQ(row.result, unknownOnly.removeHeader(row.name));
-        EXPECT_EQ(row.remaining, chain(unknownOnly, HeaderUnknown));
+        KtSipResponse message;
+        for (const std::string& line : row.lines) message.addHeader(parseHeaderLine(line));
+        std::string result;
+        row.op(message, result);
+        EXPECT_EQ(row.result, result);
+        EXPECT_EQ(row.layout, layout(message));
     }
-}
-
-TEST(MessageModel, AddSingleHeader) {
-    KtSipResponse message;
-    message.addHeader(via("v1"));
-    KtHandle<KtSipHeader> pair = via("c1");
-    pair->addNext(via("c2").get());
-    message.addSingleHeader(pair);
-    message.addSingleHeader(via("c0"), true);
-    message.addSingleHeader(message.mGetHeaderByID(HeaderVia));  // heads the chain: ignored
-    EXPECT_EQ("c0 v1 c1", chain(message, HeaderVia));
-    EXPECT_FALSE(pair->getNext().isNil()) << "the argument keeps its chain";
-
-    // The chain is found by name only: X-A does not find the unknown chain headed by X-B, so
-    // its copy replaces that chain and the unknown id enters the order a second time.
-    KtSipResponse unknowns;
-    unknowns.addHeader(unknown("X-B", "b"));
-    unknowns.addSingleHeader(unknown("X-A", "a"));
-    EXPECT_EQ("X-A", chain(unknowns, HeaderUnknown));
-    EXPECT_EQ((std::vector<HeaderID>{HeaderUnknown, HeaderUnknown}), unknowns.getHeaderOrder());
-    EXPECT_EQ("SIP/2.0 0 \r\nX-A: a\r\nX-A: a\r\n\r\n", wire(unknowns));
-    unknowns.addSingleHeader(unknown("X-A", "a2"));
-    EXPECT_EQ("X-A X-A", chain(unknowns, HeaderUnknown));
+    EXPECT_TRUE(KtSipResponse().mGetHeaderByID(static_cast<HeaderID>(60)).isNil());
 }
 
 TEST(MessageModel, CopyIsDeepAndIndependent) {
@@ -177,7 +178,7 @@ TEST(MessageModel, RequestHelpers) {
 
     KtHandle<KtSipRequest> request = message.dynamicCast<KtSipRequest>();
     request->insertViaHeader("proxy.example", 5080, "tcp");
-    EXPECT_EQ("proxy.example a.example", chain(*request, HeaderVia));
+    EXPECT_EQ("proxy.example a.example", chain(request->mGetHeaderByID(HeaderVia).get()));
     EXPECT_STREQ("bob", request->getURL()->getUser().c_str());
     EXPECT_TRUE(request->getAuthorizationHeader().isNil());
 

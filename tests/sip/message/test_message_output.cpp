@@ -1,8 +1,7 @@
-// Output (wire form, body, log form), round trips, pool accounting, arbitrary input (the
-// torture corpus has its own test: test_torture_corpus.cpp).
+// Output (wire form, body, log form), round trips, pool accounting (hostile input:
+// test_limits.cpp; the torture corpus: test_torture_corpus.cpp).
 #include <gtest/gtest.h>
 
-#include <random>
 #include <sstream>
 
 #include "KtSipFromHeader.h"
@@ -131,11 +130,8 @@ void exercisePools() {
         copy->removeHeader("Via");
         message->createKey();
     }
-    for (const char* text : {"INVITE sips:a SIP/2.0\r\n\r\n", "INVITE sip:a SIP/2.1\r\n\r\n", "SIP/2.0 200\r\n",
-                             "\r\n\r\n", "OPTIONS sip:a SIP/2.0\r\nContent-Length: 50\r\n\r\nshort",
-                             "OPTIONS sip:a SIP/2.0\r\nVia: SIP/2.0/UDP a\r\n\r\n",
-                             "OPTIONS sip:a SIP/2.0\r\nCSeq: x\r\n: y\r\nX-A: 1\r\n\r\nbody"})
-        thrown([&] { parse(text); });
+    // Failures the torture corpus does not have (its test checks the pools for the others).
+    for (const char* text : {"SIP/2.0 200\r\n", "\r\n\r\n"}) thrown([&] { parse(text); });
     KtSipRequest built(KtString("MESSAGE"));
     built.setURI(new KtSipURL("sip:bob@b.example?Subject=hi;body=hello"));
     built.stripSipURLHeaders();
@@ -146,49 +142,6 @@ TEST(MessagePools, CountersReturnToTheirStart) {
     const std::vector<long long> before = livePoolObjects();
     for (int i = 0; i < 3; ++i) exercisePools();
     EXPECT_EQ(before, livePoolObjects()) << "KtSipMessage, KtSipHeader, KtString, KtParameters, KtURI, KtMutex";
-}
-
-/// Parses `input`: the outcome must be a KtException or a message that can be written,
-/// copied and asked for its key.
-void survive(const std::string& input) {
-    ErrorCapture errors;
-    thrown([&] {
-        KtHandle<KtSipMessage> message = parse(input);
-        ASSERT_FALSE(message.isNil());
-        std::ostringstream os;
-        os << KtHandle<KtSipMessage>(message->clone());
-        message->createKey();
-    });
-}
-
-TEST(MessageRobustness, ArbitraryInput) {
-    std::mt19937 random(20240607);
-    const std::string invite = typicalMessages()[0];
-    for (int round = 0; round < 3000; ++round) {
-        std::string input = round % 2 ? invite : std::string(random() % 700, '\0');
-        if (round % 2 == 0) {
-            for (char& c : input) c = static_cast<char>(random() % 256);
-            if (round % 4 == 0) input = "INVITE " + input;
-        } else {
-            for (int flips = 1 + random() % 8; flips > 0; --flips) input[random() % input.size()] = char(random() % 256);
-            input.resize(random() % (input.size() + 1));
-        }
-        survive(input);
-    }
-    std::string garbage(64 * 1024, '\0'), printable(64 * 1024, 'x');
-    for (char& c : garbage) c = static_cast<char>(random() % 256);
-    for (char& c : printable) c = static_cast<char>(' ' + random() % 95);
-    const std::string head = "OPTIONS sip:a@b SIP/2.0\r\n";
-    for (const std::string& input : {garbage, "INVITE " + garbage, printable,
-                                     head + "Subject: " + printable,  // a line that never ends
-                                     head + "X-Long: " + std::string(5000, 'y') + "\r\n\r\n",
-                                     "INVITE sip:" + std::string(1000, 'u') + "@b SIP/2.0\r\n\r\n",
-                                     std::string("INVITE\0sip:a SIP/2.0\r\n\r\n", 24), std::string(4, '\0'),
-                                     head + std::string("Via\0: x\r\n\0\r\n", 12),
-                                     head + "Content-Length: 4294967295\r\n\r\n" + garbage,
-                                     head + "Via: SIP/2.0/UDP a\r\n" + std::string(30000, ',') + "\r\n\r\n",
-                                     "SIP/" + std::string(3000, '9') + ".0 200 OK\r\n\r\n"})
-        survive(input);
 }
 
 }  // namespace

@@ -1,6 +1,5 @@
-// Parsing of whole messages: first token, request and status lines, header section, body;
-// inputs found by fuzzing (fuzz/) that broke the message parser, in reduced forms, each with
-// the fuzz target and the invariant that broke.
+// Parsing of whole messages: first token, request and status lines, header section, body.
+// Rows that come from inputs found by fuzzing (fuzz/) name the fuzz target.
 #include <gtest/gtest.h>
 
 #include <typeinfo>
@@ -123,9 +122,21 @@ TEST(RequestLine, Cases) {
 }
 
 TEST(RequestLine, URIHeadersBecomeMessageHeaders) {
-    KtHandle<KtSipMessage> message = parse("INVITE sip:bob@b.example?Subject=hi SIP/2.0\r\n" + kTail);
-    EXPECT_EQ("INVITE sip:bob@b.example SIP/2.0\r\n", wire(*message, true));
-    EXPECT_STREQ("hi", message->mGetHeader("Subject")->getValueString().c_str());
+    // request URI; the URI written and the lines lifted from it, which come first. Names that
+    // are not tokens are dropped (found by fuzz_message: "Contact:<sip:evil@e>" kept as a name
+    // was written as the line "Contact:<sip:evil@e>: z", a Contact header on the next hop).
+    const std::pair<std::string, std::string> rows[] = {
+        {"sip:bob@b.example?Subject=hi", "sip:bob@b.example SIP/2.0\r\nSubject: hi"},
+        {"sip:u@h?Contact:<sip:evil@e>=z", "sip:u@h SIP/2.0"}, {"sip:u@h?X:Y=z", "sip:u@h SIP/2.0"},
+        {"sip:u@h?Via%3aSIP/2.0/UDP%20evil.example=x", "sip:u@h SIP/2.0"},
+        {"sip:user@example.com?RINVITE%20sip:bob@b.el?Subject=x", "sip:user@example.com SIP/2.0"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.first);
+        const std::string out = wire(*parse("INVITE " + row.first + " SIP/2.0\r\n" + kTail));
+        EXPECT_EQ("INVITE " + row.second + "\r\n" + kTail, out);
+        EXPECT_EQ(out, wire(*parse(out)));
+    }
 
     // On a request with Subjects already: replaced; "body" becomes the body.
     KtSipRequest built(KtString("MESSAGE"));
@@ -158,6 +169,9 @@ TEST(StatusLine, Cases) {
         {"/2.0 200", "unexpected end of response start line"},
         {"/2.0 OK\r\n", "Invalid status code in response start line"},
         {"/2.0 4294967301 Big\r\n", "Invalid status code in response start line"},
+        // Found by fuzz_message: codes that fit 32 bits unsigned but not an int were written back negative.
+        {"/2.0 2147483648 Big\r\n", "Invalid status code in response start line"},
+        {"/2.0 4294967295 Big\r\n", "Invalid status code in response start line"},
         {"/x.0 200 OK\r\n", "Invalid SIP version in response start line"},
     };
     const std::string headers = crlf("Via: SIP/2.0/UDP a\nFrom: <sip:a@a>\nTo: <sip:b@b>\nCall-ID: c\nCSeq: 1 INVITE\n\n");
@@ -191,7 +205,8 @@ TEST(MessageBody, WithAndWithoutContentLength) {
         {head + "Content-Length: 2\n\nhi", nullptr, "hi"},
         {head + "Content-Length: 3\r\n\r\n" + std::string("a\0b", 3), nullptr, std::string("a\0b", 3)},
         {head + "Content-Length: 100\r\n\r\n" + std::string(40, 'b'), shortBody, ""},
-        {head + "Content-Length: 4000000000\r\n\r\nabc", shortBody, ""},
+        {head + "Content-Length: 65536\r\n\r\nabc", shortBody, ""},
+        {head + "Content-Length: 4294967295\r\n\r\nabc", shortBody, ""},
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.input.substr(head.size()));
@@ -236,67 +251,6 @@ TEST(MessageHeaders, BadLinesMarkStatusAndParsingGoesOn) {
         EXPECT_EQ(row.status, message->getStatus());
         EXPECT_FALSE(message->mGetHeader("X-After").isNil()) << "lines after the bad one are read";
         EXPECT_EQ(row.errorLine ? std::vector<std::string>{row.errorLine} : std::vector<std::string>{}, errors.lines);
-    }
-}
-
-/// The output of `input` parsed once; "" when parsing throws. The error-stream lines of
-/// the malformed inputs are dropped.
-std::string parsedOutput(const std::string& input, KtHandle<KtSipMessage>* kept = nullptr) {
-    QuietErrors quiet;
-    std::string output;
-    thrown([&] {
-        KtHandle<KtSipMessage> message = parse(input);
-        if (kept) *kept = message;
-        output = wire(*message);
-    });
-    return output;
-}
-
-const std::string kResponseHeaders =
-    "Via: SIP/2.0/UDP 192.0.2.105;branch=z9hG4bK2398ndaoe\r\nCall-ID: bigcode.asdof3u\r\n"
-    "CSeq: 353494 INVITE\r\nFrom: <sip:user@example.com>;tag=39ansfi3\r\n"
-    "To: <sip:user@example.edu>;tag=902jndnke3\r\nContent-Length: 0\r\n\r\n";
-
-// fuzz_message, "the output of a valid message parses again": a status code that fits in
-// 32 bits unsigned but not in an int was accepted and written back negative
-// ("SIP/2.0 -47483646 ..."), which no parser reads.
-TEST(Regressions, StatusCodeBeyondIntRangeIsRefusedOrWrittenBackReadable) {
-    for (const char* code : {"4247483650", "2147483648", "4294967295", "3000000000"}) {
-        SCOPED_TRACE(code);
-        KtHandle<KtSipMessage> message;
-        const std::string first = parsedOutput(std::string("SIP/2.0 ") + code + " Big\r\n" + kResponseHeaders, &message);
-        if (first.empty()) continue;  // refused: fine
-        KtHandle<KtSipResponse> response = message.dynamicCast<KtSipResponse>();
-        ASSERT_FALSE(response.isNil());
-        EXPECT_GE(response->getStatusCode(), 0) << "status code read as a negative number";
-        EXPECT_EQ(first, parsedOutput(first)) << "the output of a valid response does not read back";
-    }
-}
-
-// fuzz_message, "parse(serialize(m)) serializes to serialize(m)": the header part of a sip:
-// request URI is lifted into message headers, and a lifted name that is not a token (it
-// holds ":", a space, or an escaped ":") was kept as the name of an unknown header. Written
-// out, "Contact:<sip:evil@e>" with the value z becomes the line "Contact:<sip:evil@e>: z",
-// which the next reader takes as a Contact header: a request URI could inject header
-// lines into every message forwarded from it.
-TEST(Regressions, RequestUriHeaderNamesCannotInjectHeaderLines) {
-    const std::string tail =
-        " SIP/2.0\r\nVia: SIP/2.0/UDP h.example;branch=z9hG4bK1\r\nTo: <sip:u@example.com>\r\n"
-        "From: <sip:u@example.com>;tag=1\r\nCall-ID: c\r\nCSeq: 1 INVITE\r\nContent-Length: 0\r\n\r\n";
-    for (const char* uri : {"sip:u@h?Contact:<sip:evil@e>=z", "sip:u@h?Via%3aSIP/2.0/UDP%20evil.example=x",
-                            "sip:u@h?X:Y=z", "sip:user@example.com?RINVITE%20sip:bob@b.el?Subject=x"}) {
-        SCOPED_TRACE(uri);
-        KtHandle<KtSipMessage> message;
-        const std::string first = parsedOutput(std::string("INVITE ") + uri + tail, &message);
-        if (first.empty()) continue;  // refused: fine
-        KtHandle<KtSipMessage> again;
-        EXPECT_EQ(first, parsedOutput(first, &again)) << "the output reads back to itself";
-        ASSERT_FALSE(again.isNil());
-        EXPECT_EQ(message->mGetHeader("Contact").isNil(), again->mGetHeader("Contact").isNil())
-            << "a Contact header appears on the next hop";
-        for (const KtSipHeader* h = message->mGetHeaderByID(HeaderUnknown).get(); h != nullptr; h = h->getNext().get())
-            EXPECT_EQ(std::string::npos, std::string(h->getToken().c_str()).find_first_of(": \t"))
-                << "header name " << h->getToken().c_str();
     }
 }
 

@@ -93,15 +93,9 @@ KtHandle<KtSipMessage> parseKeepingRefused(const std::string& text, std::string&
     return message;
 }
 
-std::string className(const KtException& e) {
-    if (dynamic_cast<const KtSipParseKeepAliveException*>(&e)) return "KtSipParseKeepAliveException";
-    if (dynamic_cast<const KtSipParseError*>(&e)) return "KtSipParseError";
-    if (dynamic_cast<const KtSystemError*>(&e)) return "KtSystemError";
-    return "KtException";
-}
-
-std::string messageClass(const KtSipMessage& message) {
-    const std::string name = typeid(message).name();  // mangled: digits, then the name
+/// The name of a class of the library (its mangled name: the length in digits, then the name).
+std::string nameOf(const std::type_info& type) {
+    const std::string name = type.name();
     return name.substr(name.find_first_not_of("0123456789"));
 }
 
@@ -115,12 +109,12 @@ Result run(const std::string& bytes) {
     try {
         message = kttest::parse(bytes);
     } catch (const KtException& e) {
-        result.outcome = className(e) + ": " + e.getMessage() + joined(errors);
+        result.outcome = nameOf(typeid(e)) + ": " + e.getMessage() + joined(errors);
         return result;
     }
     result.parsed = true;
     result.outcome = (message->isValid() ? std::string("valid") : "status " + std::to_string(message->getStatus())) +
-                     " (" + messageClass(*message) + ")" + joined(errors);
+                     " (" + nameOf(typeid(*message)) + ")" + joined(errors);
     const std::string first = kttest::wire(*message);
     kttest::thrown([&] { message->createKey(); });
     std::string error;

@@ -11,3 +11,12 @@ wait_listening() {
   done
   grep -q "listening on" "$1" 2>/dev/null
 }
+
+# stop_process PID: SIGTERM, then SIGKILL when PID has not ended five seconds later. Does
+# nothing when PID is empty or the process has ended.
+stop_process() {
+  [[ -n "$1" ]] && kill -0 "$1" 2>/dev/null || return 0
+  kill -TERM "$1" 2>/dev/null
+  for _ in $(seq 50); do kill -0 "$1" 2>/dev/null || return 0; sleep 0.1; done
+  kill -KILL "$1" 2>/dev/null
+}
