@@ -3,6 +3,7 @@
 #ifndef KTSIP_KT_SCANNER_H
 #define KTSIP_KT_SCANNER_H
 
+#include "KtInline.h"
 #include "KtInputStream.h"
 #include "KtScannerBuffer.h"
 #include "KtString.h"
@@ -65,7 +66,8 @@ public:
     /// Appends the bytes of `in` that belong to `set` to `buffer`, a window at a time across
     /// refills, and stops before the first byte outside it or at the end of the input.
     /// Returns false on overflow (after the buffer's handler); the stream then stands at the
-    /// start of the window's piece that did not fit.
+    /// start of the window's piece that did not fit, and the buffer has grown by exactly the
+    /// bytes consumed.
     static bool sGatherWhile(KtInputStream& in, const KtDelimiterSet& set, KtScannerBuffer& buffer);
     /// As sGatherWhile for the bytes up to the first byte of `stops`.
     static bool sGatherUntil(KtInputStream& in, const KtDelimiterSet& stops, KtScannerBuffer& buffer);
@@ -74,12 +76,12 @@ public:
     /// span is valid until the stream is read further), and otherwise gathered into
     /// `buffer` (cleared first) across refills. Returns false on overflow, as sGatherWhile;
     /// a run longer than the buffer's limit overflows wherever it lies.
-    static bool sTakeWhile(KtInputStream& in, const KtDelimiterSet& set, KtScannerBuffer& buffer, const char*& begin,
+    KT_ALWAYS_INLINE static bool sTakeWhile(KtInputStream& in, const KtDelimiterSet& set, KtScannerBuffer& buffer, const char*& begin,
                            const char*& end) {
         return takeRun<false>(in, set, buffer, begin, end);
     }
     /// As sTakeWhile for the bytes up to the first byte of `stops`.
-    static bool sTakeUntil(KtInputStream& in, const KtDelimiterSet& stops, KtScannerBuffer& buffer, const char*& begin,
+    KT_ALWAYS_INLINE static bool sTakeUntil(KtInputStream& in, const KtDelimiterSet& stops, KtScannerBuffer& buffer, const char*& begin,
                            const char*& end) {
         return takeRun<true>(in, stops, buffer, begin, end);
     }
@@ -92,7 +94,7 @@ private:
     // sTakeWhile (`StopIn` false) and sTakeUntil (true): the window's run in place, else
     // gathered.
     template <bool StopIn>
-    static bool takeRun(KtInputStream& in, const KtDelimiterSet& set, KtScannerBuffer& buffer, const char*& begin,
+    KT_ALWAYS_INLINE static bool takeRun(KtInputStream& in, const KtDelimiterSet& set, KtScannerBuffer& buffer, const char*& begin,
                         const char*& end) {
         const char* const p = in.current();
         const char* const q = StopIn ? set.findIn(p, in.end()) : set.skipIn(p, in.end());

@@ -33,7 +33,7 @@ const KtDelimiterSet& KtSipLexer::sCommentEnd() {
     return sSet;
 }
 
-const KtStringTable& KtSipLexer::sCommonWords() {
+const KtStringTable& KtSipLexer::sCommonWordTable() {
     static const KtStringTable sTable{
         // methods
         "INVITE", "ACK", "BYE", "CANCEL", "OPTIONS", "REGISTER", "PRACK", "UPDATE", "REFER", "SUBSCRIBE",

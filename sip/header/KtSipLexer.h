@@ -26,7 +26,15 @@ public:
     /// The words that recur in header values (methods, option tags, media types, event
     /// packages, encodings): the value readers share these constants instead of allocating
     /// a string for each.
-    static const KtStringTable& sCommonWords();
+    /// Inline: every token header value is read through it.
+    static const KtStringTable& sCommonWords() {
+        static const KtStringTable& sWords = sCommonWordTable();
+        return sWords;
+    }
+
+private:
+    // The table behind sCommonWords, built on first use.
+    static const KtStringTable& sCommonWordTable();
 };
 
 #endif

@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "KtHexEncoding.h"
+#include "KtSipLexer.h"
 #include "KtSipParseError.h"
 #include "TorvaneLogger.h"
 
@@ -30,57 +31,24 @@ const char kNoUser[] = "Sip URL wrong format (\"@\" present without a user part)
 const char kIllegal[] = "Illegal URL construct";
 
 // Size of the work buffers: a component may hold at most 1023 characters.
-const unsigned kBufferSize = 1024;
+const unsigned kBufferSize = KtScannerBuffer::CAPACITY + 1;
 
-// A component being collected: at most kBufferSize - 1 bytes, always room for a NUL.
-class WorkBuffer {
-public:
-    WorkBuffer() : m_Length(0) {}
-    void put(int c) {
-        if (m_Length >= kBufferSize - 1) KtSipParseError::sThrow(kOverflow);
-        m_Data[m_Length++] = static_cast<char>(c);
-    }
-    void clear() { m_Length = 0; }
-    unsigned length() const { return m_Length; }
-    bool empty() const { return m_Length == 0; }
-    const char* c_str() {
-        m_Data[m_Length] = '\0';
-        return m_Data;
-    }
-    KtString str() const { return KtString(m_Data, m_Length); }
-    // Appends `n` bytes; throws like put when they would not fit.
-    void append(const char* text, unsigned n) {
-        if (n > kBufferSize - 1 - m_Length) KtSipParseError::sThrow(kOverflow);
-        ktCopyBytes(m_Data + m_Length, text, n);
-        m_Length += n;
-    }
+void throwOverflow() { KtSipParseError::sThrow(kOverflow); }
 
-private:
-    char m_Data[kBufferSize];
-    unsigned m_Length;
-};
-
-inline bool isBlank(int c) { return c == ' ' || c == '\t'; }
-// White space, a line end or the end of the input: the end of a bare URL.
-inline bool isBlankOrEnd(int c) { return c < 0 || c == ' ' || c == '\t' || c == '\r' || c == '\n'; }
-inline bool isDigit(int c) { return c >= '0' && c <= '9'; }
-inline bool isAlnum(int c) { return isDigit(c) || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
-
-// Moves the bytes of `in` that belong to `set` into `buffer`, a window at a time, and stops
-// before the first byte outside it (or at the end of the input).
-void takeWhileIn(KtInputStream& in, const KtDelimiterSet& set, WorkBuffer& buffer) {
-    for (;;) {
-        const char* p = in.current();
-        const char* end = in.end();
-        const char* q = set.skipIn(p, end);
-        buffer.append(p, static_cast<unsigned>(q - p));
-        in.setCurrent(q);
-        if (q < end || !in.fill()) return;
-    }
+// Characters of a scheme.
+const KtDelimiterSet& schemeChars() {
+    static const KtDelimiterSet set("abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789+-.");
+    return set;
 }
 
-inline void skipBlanks(KtInputStream& in) {
-    while (isBlank(in.peek())) in.read();
+// Where the look-ahead for the "@" of the user info stops, in brackets and outside them.
+const KtDelimiterSet& userStopsInBrackets() {
+    static const KtDelimiterSet set("@ \t\r\n<>");
+    return set;
+}
+const KtDelimiterSet& userStopsBare() {
+    static const KtDelimiterSet set("@ \t\r\n<>;?,");
+    return set;
 }
 
 // Characters of a host name or IPv4 address.
@@ -185,7 +153,7 @@ int KtSipURL::getTTL() const {
     if (ttl.empty()) return -1;
     const char* p = ttl.c_str();
     for (const char* q = p; *q; ++q) {
-        if (!isDigit(*q)) return -1;
+        if (!KtSipLexer::sIsDigit(*q)) return -1;
     }
     char* end = nullptr;
     long value = std::strtol(p, &end, 10);
@@ -267,97 +235,100 @@ void KtSipURL::parse(KtInputStream& in) {
     if (KtParameters* headers = m_Headers.peek()) headers->clear(KtParameters::sOwner);
     m_OpeningBracket = false;
 
-    WorkBuffer buffer;
-    skipBlanks(in);
+    KtSipLexer::sSkipBlanks(in);
     if (in.peek() == '<') {
         in.read();
         m_OpeningBracket = true;
         TORVANE_DEBUG(fileLogger(), "KtSipURL::parse(rInputStream) Found '<' setting Abracket to true");
-        skipBlanks(in);
+        KtSipLexer::sSkipBlanks(in);
     }
     const bool bracketed = m_OpeningBracket || m_InBracket;
 
-    if (!parseSchemeAndUserInPlace(in, bracketed)) {
-        // Scheme.
-        for (;;) {
-            const int c = in.read();
-            if (c == ':') break;
-            if (isBlankOrEnd(c) || c == '>') KtSipParseError::sThrow(kWrongFormat);
-            if (!isAlnum(c) && c != '+' && c != '-' && c != '.') KtSipParseError::sThrow(kIllegal);
-            buffer.put(c);
-        }
-        // The usual spelling shares the class's constant instead of a new string per URL.
-        m_Scheme = buffer.length() == 3 && std::memcmp(buffer.c_str(), "sip", 3) == 0 ? sToken : buffer.str();
-        if (m_Scheme.get() != sToken.get() && m_Scheme.compareNoCase("sip") != 0)
-            KtSipParseError::sThrow("Scheme is not SIP");
+    // Each component is a span: where it stands in the stream's window when it ends there,
+    // else collected into `buffer` (at most 1023 bytes).
+    KtScannerBuffer buffer;
+    const char* b = nullptr;
+    const char* e = nullptr;
 
-        // User info: look ahead for an "@" before the end of the URL.
-        int userLength = -1;
-        in.mark(kBufferSize);
-        for (unsigned k = 0; k < kBufferSize; ++k) {
-            const int c = in.read();
-            if (c == '@') {
-                userLength = static_cast<int>(k);
-                break;
-            }
-            if (isBlankOrEnd(c) || c == '>' || c == '<') break;
-            if (!bracketed && (c == ';' || c == '?' || c == ',')) break;
+    // Scheme: letters, digits, "+", "-" and "." up to the ":". A scheme longer than the
+    // buffer is refused as its 1024th byte is read. The usual "sip:" in the window is taken
+    // at once and shares the class's constant instead of a new string per URL.
+    if (in.end() - in.current() >= 4 && std::memcmp(in.current(), "sip:", 4) == 0) {
+        in.advance(4);
+        m_Scheme = sToken;
+    } else {
+        if (!KtSipLexer::sTakeWhile(in, schemeChars(), buffer, b, e)) {
+            in.skip(kBufferSize - buffer.length());
+            KtSipParseError::sThrow(kOverflow);
         }
-        in.reset();
-        if (userLength == 0) KtSipParseError::sThrow(kNoUser);
-        if (userLength > 0) {
-            buffer.clear();
-            bool inPassword = false;
-            for (int k = 0; k < userLength; ++k) {
-                const int c = in.read();
-                if (c == '"') KtSipParseError::sThrow(kIllegal);
-                if (c == ':' && !inPassword) {
-                    if (buffer.empty()) KtSipParseError::sThrow(kNoUser);
-                    m_User = buffer.str();
-                    buffer.clear();
-                    inPassword = true;
-                    continue;
-                }
-                buffer.put(c);
-            }
-            if (inPassword) {
-                m_Password = buffer.str();
-            } else {
-                m_User = buffer.str();
-            }
-            in.read();  // the "@"
-        }
+        KtString scheme(b, static_cast<unsigned>(e - b));
+        const int colon = in.read();
+        if (colon != ':')
+            KtSipParseError::sThrow(KtSipLexer::sIsWhiteOrEnd(colon) || colon == '>' ? kWrongFormat : kIllegal);
+        m_Scheme = scheme;
+        if (m_Scheme.compareNoCase("sip") != 0) KtSipParseError::sThrow("Scheme is not SIP");
     }
 
-    // Host. The usual name or address ends inside the stream's window and is taken from
-    // there; an IPv6 reference or a host running to the window's end is collected.
-    buffer.clear();
-    const char* const hostBegin = in.current();
-    const char* const hostEnd = hostChars().skipIn(hostBegin, in.end());
-    if (hostEnd > hostBegin && hostEnd < in.end() && hostEnd - hostBegin < static_cast<long>(kBufferSize)) {
-        m_Host = KtString(hostBegin, static_cast<unsigned>(hostEnd - hostBegin));
-        in.setCurrent(hostEnd);
-    } else if (in.peek() == '[') {
-        buffer.put(in.read());
+    // User info: the text before an "@" met within kBufferSize bytes, before white space, a
+    // line end, "<" or ">" and, outside brackets, ";", "?" or ",". The stream is marked where
+    // the user info would start and goes back there when there is none. A byte refused
+    // inside it is refused with the stream just past that byte.
+    in.mark(kBufferSize);
+    const KtDelimiterSet& userStops = bracketed ? userStopsInBrackets() : userStopsBare();
+    if (KtSipLexer::sTakeUntil(in, userStops, buffer, b, e) && in.peek() == '@') {
+        if (b == e) {
+            in.reset();
+            KtSipParseError::sThrow(kNoUser);
+        }
+        auto refuse = [&](const char* at, const char* text) {
+            const unsigned consumed = static_cast<unsigned>(at - b) + 1;
+            in.reset();
+            in.skip(consumed);
+            KtSipParseError::sThrow(text);
+        };
+        const char* split = nullptr;  // the first ":" parts user and password
+        for (const char* r = b; r < e; ++r) {
+            if (*r == '"') refuse(r, kIllegal);
+            if (*r == ':' && split == nullptr) {
+                if (r == b) refuse(r, kNoUser);
+                split = r;
+            }
+        }
+        if (split == nullptr) {
+            m_User = KtString(b, static_cast<unsigned>(e - b));
+        } else {
+            m_User = KtString(b, static_cast<unsigned>(split - b));
+            m_Password = KtString(split + 1, static_cast<unsigned>(e - split - 1));
+        }
+        in.read();  // the "@"
+    } else {
+        in.reset();
+    }
+
+    // Host: an IPv6 reference collected byte by byte, or a run of host characters.
+    if (in.peek() == '[') {
+        KtScannerBuffer reference(&throwOverflow);
+        reference.put(in.read());
         for (;;) {
             const int c = in.read();
             if (c == ']') break;
-            if (isBlankOrEnd(c) || c == '>') KtSipParseError::sThrow(kWrongFormat);
+            if (KtSipLexer::sIsWhiteOrEnd(c) || c == '>') KtSipParseError::sThrow(kWrongFormat);
             if (!ipv6Chars().contains(static_cast<unsigned char>(c))) KtSipParseError::sThrow(kIllegal);
-            buffer.put(c);
+            reference.put(c);
         }
-        buffer.put(']');
-        if (buffer.length() == 2) KtSipParseError::sThrow(kWrongFormat);
-        m_Host = buffer.str();
+        reference.put(']');
+        if (reference.length() == 2) KtSipParseError::sThrow(kWrongFormat);
+        m_Host = reference.str();
     } else {
-        takeWhileIn(in, hostChars(), buffer);
-        if (buffer.empty()) {
+        if (!KtSipLexer::sTakeWhile(in, hostChars(), buffer, b, e)) KtSipParseError::sThrow(kOverflow);
+        if (b == e) {
             const int c = in.peek();
-            KtSipParseError::sThrow(isBlankOrEnd(c) || c == '>' || c == ';' || c == '?' || c == ',' || c == ':'
+            KtSipParseError::sThrow(KtSipLexer::sIsWhiteOrEnd(c) || c == '>' || c == ';' || c == '?' || c == ',' ||
+                                            c == ':'
                                         ? kWrongFormat
                                         : kIllegal);
         }
-        m_Host = buffer.str();
+        m_Host = KtString(b, static_cast<unsigned>(e - b));
     }
 
     // Port.
@@ -365,13 +336,14 @@ void KtSipURL::parse(KtInputStream& in) {
         in.read();
         long port = 0;
         int digits = 0;
-        while (isDigit(in.peek())) {
+        while (KtSipLexer::sIsDigit(in.peek())) {
             port = port * 10 + (in.read() - '0');
             if (++digits > 5) KtSipParseError::sThrow(kWrongFormat);
         }
         if (digits == 0 || port > 65535) KtSipParseError::sThrow(kWrongFormat);
         const int c = in.peek();
-        if (!isBlankOrEnd(c) && c != '>' && c != ';' && c != '?' && c != ',') KtSipParseError::sThrow(kWrongFormat);
+        if (!KtSipLexer::sIsWhiteOrEnd(c) && c != '>' && c != ';' && c != '?' && c != ',')
+            KtSipParseError::sThrow(kWrongFormat);
         m_Port = static_cast<int>(port);
         m_PortGiven = true;
     }
@@ -401,10 +373,10 @@ void KtSipURL::parse(KtInputStream& in) {
             TORVANE_DEBUG(fileLogger(), "Parsed SipURL parameters (1): " << textOf(m_Parameters.peek()));
             return;
         }
-        if (isBlankOrEnd(c)) {
+        if (KtSipLexer::sIsWhiteOrEnd(c)) {
             if (m_OpeningBracket) {
                 // Inside "<...>" only blanks may stand before the closing bracket.
-                skipBlanks(in);
+                KtSipLexer::sSkipBlanks(in);
                 if (in.peek() != '>') KtSipParseError::sThrow(kWrongFormat);
                 continue;
             }
@@ -415,114 +387,43 @@ void KtSipURL::parse(KtInputStream& in) {
     }
 }
 
-// One parameter after its ";": name, then "=" and a value. An empty element (";;") is
-// skipped; a later parameter of the same name replaces the earlier one. Stops before the
-// character that ends the parameter.
-// The scheme and user info of the usual URL, read in the stream's window: the scheme is
-// "sip" exactly and the look-ahead for "@" ends inside the window. The bytes are checked as
-// the general reader checks them, in the same order, with the same errors, and the stream is
-// left where that reader leaves it (its mark included, and on an error just past the byte
-// refused); user and password are made straight from the window. Returns false, having
-// consumed nothing, when the general reader must run.
-// Inlined into parse, its only caller.
-KT_ALWAYS_INLINE bool KtSipURL::parseSchemeAndUserInPlace(KtInputStream& in, bool bracketed) {
-    const char* p = in.current();
-    const char* const end = in.end();
-    if (end - p < 4 || std::memcmp(p, "sip:", 4) != 0) return false;
-    const char* const user = p + 4;
-    // Look-ahead for "@", as the general reader does it (at most kBufferSize bytes): it
-    // stops at "@", white space, a line end, "<" or ">", and outside brackets at ";", "?" or ",".
-    static const KtDelimiterSet inBrackets("@ \t\r\n<>");
-    static const KtDelimiterSet bare("@ \t\r\n<>;?,");
-    const KtDelimiterSet& stops = bracketed ? inBrackets : bare;
-    const char* const limit = end - user > static_cast<long>(kBufferSize) ? user + kBufferSize : end;
-    const char* q = stops.findIn(user, limit);
-    if (q == end) return false;  // undecided inside the window
-    const char* const at = q < limit && *q == '@' ? q : nullptr;
-    m_Scheme = sToken;
-    in.setCurrent(user);
-    in.mark(kBufferSize);
-    if (at == nullptr) return true;
-    if (at == user) KtSipParseError::sThrow(kNoUser);
-    const char* colon = nullptr;
-    for (const char* r = user; r < at; ++r) {
-        if (*r == '"') {
-            in.setCurrent(r + 1);
-            KtSipParseError::sThrow(kIllegal);
-        }
-        if (*r == ':' && colon == nullptr) {
-            if (r == user) {
-                in.setCurrent(r + 1);
-                KtSipParseError::sThrow(kNoUser);
-            }
-            colon = r;
-        }
-    }
-    if (colon == nullptr) {
-        m_User = KtString(user, static_cast<unsigned>(at - user));
-    } else {
-        m_User = KtString(user, static_cast<unsigned>(colon - user));
-        m_Password = KtString(colon + 1, static_cast<unsigned>(at - colon - 1));
-    }
-    in.setCurrent(at + 1);
-    return true;
-}
-
+// One parameter after its ";": name, then "=" and a value (later "=" belong to the value).
+// An empty element (";;") is skipped; a later parameter of the same name replaces the
+// earlier one. Stops before the byte that ends the parameter; a quote, "<" or raw NUL there
+// is refused (names and values are stored as NUL-terminated texts, so a NUL would cut them
+// short and change what is written back).
+//
+// A parameter holds at most 1023 bytes. One longer is refused with the stream where reading
+// it piece by piece leaves it: after an "=" that does not fit, else at the start of the run
+// of other bytes that does not fit (a run also ends where the stream's window ends).
 // Inlined into parse, its only caller.
 KT_ALWAYS_INLINE void KtSipURL::parseParameter(KtInputStream& in) {
-    // Bytes that need a decision; every other byte is taken as it stands.
-    static const KtDelimiterSet plain(";?> \t\r\n\"<=", 11);
-    static const KtDelimiterSet ordinary = KtDelimiterSet::sComplementOf(plain);
-    // The usual parameter ends inside the stream's window: it is read in place, the bytes
-    // taken as the loop below takes them. A byte that loop refuses, a parameter longer than
-    // its work buffer or one running to the end of the window leaves it to the loop (nothing
-    // consumed yet).
-    const char* const begin = in.current();
-    const char* const end = in.end();
-    const char* eq = nullptr;  // the first "=": later ones belong to the value
-    const char* q = begin;
-    for (;;) {
-        q = plain.findIn(q, end);
-        if (q == end || *q != '=') break;
-        if (eq == nullptr) eq = q;
-        ++q;
+    static const KtDelimiterSet stops(";?> \t\r\n\"<", 10);  // the NUL included
+    KtScannerBuffer buffer;
+    const char* b = nullptr;
+    const char* e = nullptr;
+    if (!KtSipLexer::sTakeUntil(in, stops, buffer, b, e)) {
+        // The stream stands at the window's piece that did not fit, which holds the byte
+        // at the limit.
+        const char* const first = in.current();
+        const char* const at = first + (KtScannerBuffer::CAPACITY - buffer.length());
+        const char* r = at + 1;
+        if (*at != '=')
+            for (r = at; r > first && r[-1] != '=';) --r;
+        in.setCurrent(r);
+        KtSipParseError::sThrow(kOverflow);
     }
-    if (q < end && *q != '"' && *q != '<' && *q != '\0' && q - begin < static_cast<long>(kBufferSize)) {
-        in.setCurrent(q);
-        if (eq == nullptr) {
-            if (q > begin)
-                m_Parameters.unshared().setValue(begin, static_cast<unsigned>(q - begin), nullptr, 0, false, KtParameters::sOwner);
-            return;
-        }
-        if (eq == begin) KtSipParseError::sThrow(kWrongFormat);
-        m_Parameters.unshared().setValue(begin, static_cast<unsigned>(eq - begin), eq + 1,
-                                                 static_cast<unsigned>(q - eq - 1), true, KtParameters::sOwner);
+    const int c = in.peek();
+    if (c == '"' || c == '<' || c == '\0') KtSipParseError::sThrow(kIllegal);
+    const char* const eq = ktFindByte(b, e, '=');
+    if (eq == e) {
+        if (b < e)
+            m_Parameters.unshared().setValue(b, static_cast<unsigned>(e - b), nullptr, 0, false, KtParameters::sOwner);
         return;
     }
-    WorkBuffer buffer;
-    int nameLength = -1;
-    for (;;) {
-        takeWhileIn(in, ordinary, buffer);
-        const int c = in.peek();
-        if (c == ';' || c == '?' || c == '>' || isBlankOrEnd(c)) break;
-        // A raw NUL is refused like the characters above: names and values are stored as
-        // NUL-terminated texts, so it would cut them short and change what is written back.
-        if (c == '"' || c == '<' || c == '\0') KtSipParseError::sThrow(kIllegal);
-        in.read();
-        if (c == '=' && nameLength < 0) {
-            nameLength = static_cast<int>(buffer.length());
-            buffer.put('\0');
-            continue;
-        }
-        buffer.put(c);
-    }
-    const char* text = buffer.c_str();
-    if (nameLength < 0) {
-        if (!buffer.empty()) m_Parameters.unshared().setValue(text, nullptr, KtParameters::sOwner);
-        return;
-    }
-    if (nameLength == 0) KtSipParseError::sThrow(kWrongFormat);
-    m_Parameters.unshared().setValue(text, text + nameLength + 1, KtParameters::sOwner);
+    if (eq == b) KtSipParseError::sThrow(kWrongFormat);
+    m_Parameters.unshared().setValue(b, static_cast<unsigned>(eq - b), eq + 1, static_cast<unsigned>(e - eq - 1), true,
+                                     KtParameters::sOwner);
 }
 
 void KtSipURL::parseHeader(KtInputStream& in) {
@@ -538,35 +439,30 @@ void KtSipURL::parseHeader(KtInputStream& in) {
 // hexadecimal digits, or that decodes to NUL (which would cut the stored value short), and
 // a raw NUL byte are refused as "Illegal URL construct".
 bool KtSipURL::parseHeaderPart(KtInputStream& in) {
-    char buffer[kBufferSize];
-    std::memset(buffer, 0, sizeof buffer);
-    unsigned w = 0;
+    KtScannerBuffer buffer(&throwOverflow);
     int valueStart = -1;
     bool quoted = false;
     const bool bare = !m_OpeningBracket && !m_InBracket;
 
-    auto store = [&](int c) {
-        if (w >= kBufferSize - 1) KtSipParseError::sThrow(kOverflow);
-        buffer[w++] = static_cast<char>(c);
-    };
+    auto store = [&](int c) { buffer.put(c); };
     // Ends one header; `last` tells the end of the part from a ";".
     auto finish = [&](bool last) {
-        buffer[w] = '\0';
+        const char* const text = buffer.c_str();
         if (valueStart < 0 || valueStart == 1) {
             KtSipParseError::sThrow(last ? "SIP URL Header doesn't have Key/Value pair (1)\n"
                                          : "SIP URL Header doesn't have Key/Value pair (2)\n");
         }
-        if (static_cast<unsigned>(valueStart) == w) {
+        if (static_cast<unsigned>(valueStart) == buffer.length()) {
             KtSipParseError::sThrow(last ? "SIP URL Header key doesn't have a value (1)\n"
                                          : "SIP URL Header key doesn't have a value (2)\n");
         }
-        m_Headers.unshared().setValue(buffer, buffer + valueStart, KtParameters::sOwner);
+        m_Headers.unshared().setValue(text, text + valueStart, KtParameters::sOwner);
         if (last) {
             TORVANE_DEBUG(fileLogger(), "SipURL headers now (3): " << textOf(m_Headers.peek()));
         } else {
             TORVANE_DEBUG(fileLogger(), "SipURL headers now (2): " << textOf(m_Headers.peek()));
         }
-        w = 0;
+        buffer.clear();
         valueStart = -1;
         quoted = false;
     };
@@ -589,7 +485,7 @@ bool KtSipURL::parseHeaderPart(KtInputStream& in) {
             }
             TORVANE_DEBUG(fileLogger(), "KtSipURL::parse(rInputStream) '>' after '?' && inBracket: keeping it");
         }
-        if (bare && !quoted && (c == ',' || isBlank(c))) {
+        if (bare && !quoted && (c == ',' || KtSipLexer::sIsBlank(c))) {
             finish(true);
             return false;
         }
@@ -621,7 +517,7 @@ bool KtSipURL::parseHeaderPart(KtInputStream& in) {
                 break;
             case '\n': {
                 const int next = in.peek();
-                if (isBlank(next)) {
+                if (KtSipLexer::sIsBlank(next)) {
                     in.read();
                     break;
                 }
@@ -631,7 +527,7 @@ bool KtSipURL::parseHeaderPart(KtInputStream& in) {
             case '=':
                 if (valueStart < 0) {
                     store('\0');
-                    valueStart = static_cast<int>(w);
+                    valueStart = static_cast<int>(buffer.length());
                 } else {
                     store(c);
                 }

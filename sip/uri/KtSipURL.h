@@ -126,7 +126,6 @@ public:
     static unsigned long sUnknownTransportCount();
 
 private:
-    bool parseSchemeAndUserInPlace(KtInputStream& in, bool bracketed);
     void parseParameter(KtInputStream& in);
     bool parseHeaderPart(KtInputStream& in);
 

@@ -5,6 +5,7 @@
 #include <typeinfo>
 
 #include "KtException.h"
+#include "KtSipLexer.h"
 #include "KtSipURL.h"
 #include "KtTelURL.h"
 #include "TorvaneAceCleanup.h"
@@ -26,15 +27,14 @@ const KtDelimiterSet& separators() {
 void deleteConstructorMap(void* map);
 
 // The bytes the scheme peek passes over: blanks and "<".
-inline bool isSkipped(char c) { return c == ' ' || c == '\t' || c == '<'; }
-
-inline int lowerAscii(int c) { return (c >= 'A' && c <= 'Z') ? c + ('a' - 'A') : c; }
+inline bool isSkipped(char c) { return KtSipLexer::sIsBlank(c) || c == '<'; }
 
 // The three collected characters (ASCII letters lowered) packed for one comparison with a
 // scheme packed alike; -1 when one is missing (the end of the input), which matches none.
 inline long packed3(const int* c) {
     if (c[0] < 0 || c[1] < 0 || c[2] < 0) return -1;
-    return lowerAscii(c[0]) | lowerAscii(c[1]) << 8 | static_cast<long>(lowerAscii(c[2])) << 16;
+    using Lexer = KtSipLexer;
+    return Lexer::sToLower(c[0]) | Lexer::sToLower(c[1]) << 8 | static_cast<long>(Lexer::sToLower(c[2])) << 16;
 }
 constexpr long packedScheme(const char* scheme) {
     return scheme[0] | scheme[1] << 8 | static_cast<long>(scheme[2]) << 16;
