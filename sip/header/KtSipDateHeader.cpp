@@ -1,29 +1,22 @@
 // The Date header.
 #include "KtSipDateHeader.h"
 
-#include "KtSipTokenHeader.h"
+#include "KtSipLexer.h"
 
 TORVANE_FILE_LOGGER("calvoran.kt.KtSipDateHeader")
 
 KT_SIP_HEADER_REGISTER(KtSipDateHeader, "Date")
 
 namespace {
-const KtDelimiterSet& dateStops() {
-    static const KtDelimiterSet sSet("\r\n,");
-    return sSet;
-}
+constexpr KtDelimiterSet kDateStops("\r\n,");
 }  // namespace
-
-KtSipDateHeader::KtSipDateHeader() {}
-
-KtSipDateHeader::KtSipDateHeader(const KtDate& date) : m_Date(date) {}
 
 void KtSipDateHeader::doParse(KtInputStream& in) {
     TORVANE_TRACE_SCOPE(fileLogger(), "KtSipDateHeader::doParse");
     // The date holds one comma, after the weekday: read up to it, keep it, and read the
     // rest up to the next comma or the line end. Text longer than MAX_TEXT is no date.
     char text[MAX_TEXT + 1];
-    int length = KtSipTokenHeader::sReadBounded(in, dateStops(), text, sizeof text);
+    int length = KtSipLexer::sReadBounded(in, kDateStops, text, sizeof text);
     if (length < 0) KtSipParseError::sThrow("Invalid Date header");
     unsigned used = static_cast<unsigned>(length);
     if (in.peek() == ',') {
@@ -31,13 +24,11 @@ void KtSipDateHeader::doParse(KtInputStream& in) {
         if (used + 2 >= sizeof text) KtSipParseError::sThrow("Invalid Date header");
         text[used++] = ',';
         text[used++] = ' ';
-        int rest = KtSipTokenHeader::sReadBounded(in, dateStops(), text + used, sizeof text - used);
+        int rest = KtSipLexer::sReadBounded(in, kDateStops, text + used, sizeof text - used);
         if (rest < 0) KtSipParseError::sThrow("Invalid Date header");
         used += static_cast<unsigned>(rest);
     }
-    while (used > 0 && (text[used - 1] == ' ' || text[used - 1] == '\t')) --used;
-    text[used] = '\0';
-    if (used == 0) KtSipParseError::sThrow("Invalid Date header");
+    if (KtSipLexer::sTrimBlanksEnd(text, used) == 0) KtSipParseError::sThrow("Invalid Date header");
     KtDate date;
     try {
         date.constructKtDate(text);

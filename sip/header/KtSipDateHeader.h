@@ -15,9 +15,9 @@ public:
     static const unsigned MAX_TEXT = 256;
 
     /// The epoch.
-    KtSipDateHeader();
+    KtSipDateHeader() = default;
     /// The date `date`.
-    explicit KtSipDateHeader(const KtDate& date);
+    explicit KtSipDateHeader(const KtDate& date) : m_Date(date) {}
     KtSipDateHeader(const KtSipDateHeader& other) = default;
 
     /// The date.

@@ -4,8 +4,11 @@
 #include <cerrno>
 #include <climits>
 #include <cstdlib>
+#include <cstring>
 
-#include "KtStreamTokenizer.h"
+#include "KtScannerBuffer.h"
+#include "KtSipLexer.h"
+#include "KtStringTable.h"
 
 TORVANE_FILE_LOGGER("calvoran.kt.KtSipExpiresHeader")
 
@@ -15,67 +18,44 @@ namespace {
 const char kInvalidExpires[] = "Invalid Expires header";
 const char kEndOfFile[] = "un-expecting end of file when parsing KtSipExpiresHeader";
 
-const KtDelimiterSet& lineEnd() {
-    static const KtDelimiterSet sSet("\r\n");
-    return sSet;
-}
+// A delta ends at a space or the line end (a tab does not end it).
+constexpr KtDelimiterSet kDeltaStops(" \r\n");
 }  // namespace
 
-void KtSipExpiresHeader::setDelta(int seconds) {
-    m_IsDate = false;
-    m_Delta = seconds;
-    m_Date.init();
-}
-
-void KtSipExpiresHeader::setDate(const KtDate& date) {
-    m_IsDate = true;
-    m_Delta = 0;
-    m_Date = date;
-}
-
 void KtSipExpiresHeader::parseDate(KtInputStream& in) {
-    KtString text;
-    text.mutableBuffer()->parse(in, lineEnd());
-    text.trim();
+    const KtString text = KtStringTable::sParseWord(in, KtSipLexer::sLineEnd(), true);
     if (text.empty()) KtSipParseError::sThrow(kInvalidExpires);
-    KtDate date;
-    try {
-        date.constructKtDate(text.c_str());
-    } catch (const KtException&) {
-        KtSipParseError::sThrow(kInvalidExpires);
-    }
-    setDate(date);
+    setDateText(text.c_str(), kInvalidExpires);
 }
 
 void KtSipExpiresHeader::doParse(KtInputStream& in) {
     TORVANE_TRACE_SCOPE(fileLogger(), "KtSipExpiresHeader::doParse");
-    KtStreamTokenizer::sDiscardWhite(in);
-    int c = in.peek();
-    if (c < '0' || c > '9') {
+    KtSipLexer::sSkipBlanks(in);
+    if (!KtSipLexer::sIsDigit(in.peek())) {
         parseDate(in);
         return;
     }
     in.mark(DELTA_BUFFER_SIZE);
-    char buffer[DELTA_BUFFER_SIZE];
-    unsigned length = 0;
-    for (;;) {
-        if (length == DELTA_BUFFER_SIZE) KtSipParseError::sThrow(kEndOfFile);
-        c = in.peek();
-        if (c < 0) KtSipParseError::sThrow(kEndOfFile);
-        if (c == ' ' || c == '\r' || c == '\n') break;
-        buffer[length++] = static_cast<char>(c);
-        in.read();
-    }
-    buffer[length] = '\0';  // length < DELTA_BUFFER_SIZE here
-    KtStreamTokenizer::sDiscardWhite(in);
-    c = in.peek();
+    // The delta and its NUL fit in DELTA_BUFFER_SIZE bytes; a longer one, or one the input
+    // ends in, is refused.
+    KtScannerBuffer gathered(nullptr, DELTA_BUFFER_SIZE - 1);
+    const char* begin;
+    const char* end;
+    if (!KtSipLexer::sTakeUntil(in, kDeltaStops, gathered, begin, end)) KtSipParseError::sThrow(kEndOfFile);
+    char delta[DELTA_BUFFER_SIZE];
+    const unsigned length = static_cast<unsigned>(end - begin);
+    std::memcpy(delta, begin, length);
+    delta[length] = '\0';
+    if (in.peek() < 0) KtSipParseError::sThrow(kEndOfFile);
+    KtSipLexer::sSkipBlanks(in);
+    const int c = in.peek();
     if (c == '\r' || c == '\n' || c < 0) {
         // Delta seconds. Values beyond the signed 32-bit range are capped (RFC 3261 20.19
         // treats over-large values as the largest one).
         errno = 0;
-        long value = std::strtol(buffer, nullptr, 10);
+        long value = std::strtol(delta, nullptr, 10);
         if (errno == ERANGE || value > INT_MAX) value = INT_MAX;
-        setDelta(static_cast<int>(value));
+        setSecondsValue(value);
         return;
     }
     // Digits followed by more words: the whole value is read again as a date.
@@ -85,11 +65,5 @@ void KtSipExpiresHeader::doParse(KtInputStream& in) {
 
 void KtSipExpiresHeader::doSerialize(KtOutputStream& out) const {
     TORVANE_TRACE_SCOPE(fileLogger(), "KtSipExpiresHeader::doSerialize");
-    if (m_IsDate) {
-        char text[KtDate::TEXT_LENGTH + 1];
-        m_Date.getKtDate(text);
-        out << text;
-    } else {
-        out << m_Delta;
-    }
+    writeValue(out);
 }

@@ -9,10 +9,7 @@ namespace {
 // In-Reply-To carries a comma-separated list of Call-IDs (RFC 3261 20.21). Each Call-ID is
 // read as Call-ID reads one, except that a comma ends it too, so that the list becomes a
 // chain of one Call-ID per object instead of a first value that swallows the comma.
-const KtDelimiterSet& callIdListStops() {
-    static const KtDelimiterSet sSet(" \t\r\n,");
-    return sSet;
-}
+constexpr KtDelimiterSet kCallIdListStops(" \t\r\n,");
 }  // namespace
 
-KT_SIP_TOKEN_HEADER_SYNTAX(KtSipInReplyToHeader, callIdListStops(), true, "Invalid Call-ID header", false)
+KT_SIP_TOKEN_HEADER_SYNTAX(KtSipInReplyToHeader, kCallIdListStops, true, "Invalid Call-ID header", false)

@@ -23,6 +23,16 @@ const KtDelimiterSet& KtSipLexer::sWhiteSeparators() {
     return sSet;
 }
 
+const KtDelimiterSet& KtSipLexer::sLineEnd() {
+    static const KtDelimiterSet sSet("\r\n");
+    return sSet;
+}
+
+const KtDelimiterSet& KtSipLexer::sCommentEnd() {
+    static const KtDelimiterSet sSet(")\r\n");
+    return sSet;
+}
+
 const KtStringTable& KtSipLexer::sCommonWordTable() {
     static const KtStringTable sTable{
         // methods

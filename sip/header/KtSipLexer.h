@@ -19,6 +19,10 @@ public:
     static const KtDelimiterSet& sMethodSeparators();
     /// Space, tab, CR, LF.
     static const KtDelimiterSet& sWhiteSeparators();
+    /// CR and LF: a reader that takes the rest of the line stops at them.
+    static const KtDelimiterSet& sLineEnd();
+    /// The end of a comment whose "(" has been read: ")", CR, LF.
+    static const KtDelimiterSet& sCommentEnd();
     /// The words that recur in header values (methods, option tags, media types, event
     /// packages, encodings): the value readers share these constants instead of allocating
     /// a string for each.

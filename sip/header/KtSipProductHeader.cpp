@@ -1,9 +1,35 @@
 // The product/version/comment header shape (Server, User-Agent).
 #include "KtSipProductHeader.h"
 
+#include "KtSipLexer.h"
+#include "KtStringTable.h"
+
 TORVANE_FILE_LOGGER("calvoran.kt.KtSipProductHeader")
 
-bool KtSipProductHeader::writeFields(KtOutputStream& out) const {
+void KtSipProductHeader::doParse(KtInputStream& in) {
+    const KtSipProductSyntax& syntax = getSyntax();
+    TORVANE_TRACE_SCOPE(syntax.logger, syntax.parseScope);
+    KtString product = KtStringTable::sParseWord(in, syntax.productStops, true);
+    m_Product = product.empty() ? KtString() : std::move(product);
+    m_Version.clear();
+    m_Comment.clear();
+    KtSipLexer::sSkipBlanks(in);
+    const int c = in.peek();
+    if (c == '/') {
+        in.read();
+        KtString version = KtStringTable::sParseWord(in, syntax.versionStops, true);
+        if (!version.empty()) m_Version = std::move(version);
+    } else if (c == '(') {
+        in.read();
+        KtString comment = KtStringTable::sParseWord(in, KtSipLexer::sCommentEnd(), true);
+        if (in.peek() == ')') in.read();
+        m_Comment = comment.empty() ? KtString() : std::move(comment);
+    }
+}
+
+void KtSipProductHeader::doSerialize(KtOutputStream& out) const {
+    const KtSipProductSyntax& syntax = getSyntax();
+    TORVANE_TRACE_SCOPE(syntax.logger, syntax.serializeScope);
     bool wrote = false;
     if (!m_Product.empty()) {
         out << m_Product;
@@ -18,14 +44,5 @@ bool KtSipProductHeader::writeFields(KtOutputStream& out) const {
         out << '(' << m_Comment << ')';
         wrote = true;
     }
-    return wrote;
-}
-
-void KtSipProductHeader::readComment(KtInputStream& in) {
-    static const KtDelimiterSet sStops(")\r\n");
-    KtString comment;
-    comment.mutableBuffer()->parse(in, sStops);
-    comment.trim();
-    if (in.peek() == ')') in.read();
-    m_Comment = comment.empty() ? KtString() : comment;
+    if (!wrote && syntax.emptyError) TORVANE_ERROR(syntax.logger, syntax.emptyError);
 }

@@ -2,12 +2,21 @@
 #ifndef KTSIP_KT_SIP_PRODUCT_HEADER_H
 #define KTSIP_KT_SIP_PRODUCT_HEADER_H
 
-#include "KtSipHeader.h"
+#include "KtSipSyntaxHeader.h"
+
+/// How one product header reads and writes besides the class's scopes: the bytes at which
+/// the product ends, those at which the version after "/" ends, and the text logged when
+/// there is nothing to write (null: nothing is logged).
+struct KtSipProductSyntax : KtSipHeaderScopes {
+    const KtDelimiterSet& productStops;
+    const KtDelimiterSet& versionStops;
+    const char* emptyError;
+};
 
 /// A header naming a piece of software: a product, an optional version after "/" and an
 /// optional "(comment)". Each field is held trimmed; the version may carry further product
 /// tokens and comments as they were received ("1.0 (Linux) libfoo/2").
-class KtSipProductHeader : public KtSipHeader {
+class KtSipProductHeader : public KtSipSyntaxHeader<KtSipProductSyntax> {
 public:
     ~KtSipProductHeader() override {}
 
@@ -24,21 +33,23 @@ public:
     /// Replaces the comment (null or empty removes it).
     void setComment(const char* comment) { m_Comment = sText(comment); }
 
-protected:
-    KtSipProductHeader(const KtString& token, HeaderID id) : KtSipHeader(token, id) {}
-    KtSipProductHeader(const KtSipProductHeader& other) = default;
-
+    /// Reads the product up to the class's product stops, trimmed; then, after blanks, on "/"
+    /// the version up to the class's version stops, trimmed, or on "(" a comment up to ")"
+    /// (consumed) or the line end. Anything else is left in the stream.
+    void doParse(KtInputStream& in) override;
     /// Writes product, then "/" and the version, then " (", the comment and ")"; the comment
-    /// has no leading space when it is all there is. Returns false when nothing was written.
-    bool writeFields(KtOutputStream& out) const;
+    /// has no leading space when it is all there is. When nothing is written, the class's
+    /// error text (if any) is logged.
+    void doSerialize(KtOutputStream& out) const override;
+
+protected:
+    using KtSipSyntaxHeader::KtSipSyntaxHeader;
     /// Sets the three fields as the setters do.
     void setFields(const char* product, const char* version, const char* comment) {
         setProduct(product);
         setVersion(version);
         setComment(comment);
     }
-    /// Reads a comment whose "(" has been consumed, up to ")" (consumed) or the line end.
-    void readComment(KtInputStream& in);
 
     KtString m_Product;
     KtString m_Version;
@@ -49,8 +60,8 @@ private:
 };
 
 /// The members every product-header class declares the same way: the empty header, the one
-/// built from its fields (null for none), the copy constructor (clone), the static name,
-/// and its own reading and writing.
+/// built from its fields (null for none), the copy constructor (clone), the static name and
+/// the syntax hook (defined in the class's source file).
 #define KT_SIP_PRODUCT_HEADER_MEMBERS(CLASS)                                \
 public:                                                                     \
     /** Empty product, version and comment. */                              \
@@ -61,7 +72,20 @@ public:                                                                     \
     }                                                                       \
     CLASS(const CLASS& other) = default;                                    \
     static const KtString sToken;                                           \
-    void doParse(KtInputStream& in) override;                               \
-    void doSerialize(KtOutputStream& out) const override;
+                                                                            \
+protected:                                                                  \
+    const KtSipProductSyntax& getSyntax() const override;                   \
+                                                                            \
+public:
+
+/// Defines CLASS::getSyntax in the class's source file (after its TORVANE_FILE_LOGGER): the
+/// product ends at PRODUCT_STOPS, the version at VERSION_STOPS (KtDelimiterSets), and
+/// EMPTY_ERROR, unless null, is logged for a header with nothing to write.
+#define KT_SIP_PRODUCT_HEADER_SYNTAX(CLASS, PRODUCT_STOPS, VERSION_STOPS, EMPTY_ERROR)              \
+    const KtSipProductSyntax& CLASS::getSyntax() const {                                            \
+        static const KtSipProductSyntax sSyntax{KT_SIP_HEADER_SCOPES(CLASS), (PRODUCT_STOPS), (VERSION_STOPS), \
+                                                (EMPTY_ERROR)};                                     \
+        return sSyntax;                                                                             \
+    }
 
 #endif

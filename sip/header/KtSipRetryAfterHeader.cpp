@@ -3,7 +3,7 @@
 
 #include <cstring>
 
-#include "KtSipTokenHeader.h"
+#include "KtSipLexer.h"
 #include "KtStreamTokenizer.h"
 
 TORVANE_FILE_LOGGER("calvoran.kt.KtSipRetryAfterHeader")
@@ -15,45 +15,17 @@ const char KtSipRetryAfterHeader::sDuration[] = "duration";
 namespace {
 const char kInvalid[] = "Invalid Retry-After header";
 
-const KtDelimiterSet& dateStops() {
-    static const KtDelimiterSet sSet(";(\r\n");
-    return sSet;
-}
-const KtDelimiterSet& commentStops() {
-    static const KtDelimiterSet sSet(")\r\n");
-    return sSet;
-}
-const KtDelimiterSet& nameStops() {
-    static const KtDelimiterSet sSet("=;,\r\n");
-    return sSet;
-}
-
-unsigned trimEnd(char* text, unsigned length) {
-    while (length > 0 && (text[length - 1] == ' ' || text[length - 1] == '\t')) --length;
-    text[length] = '\0';
-    return length;
-}
+constexpr KtDelimiterSet kDateStops(";(\r\n");
+constexpr KtDelimiterSet kNameStops("=;,\r\n");
 }  // namespace
-
-void KtSipRetryAfterHeader::setSeconds(unsigned seconds) {
-    m_IsDate = false;
-    m_Seconds = seconds;
-    m_Date.init();
-}
-
-void KtSipRetryAfterHeader::setDate(const KtDate& date) {
-    m_IsDate = true;
-    m_Seconds = 0;
-    m_Date = date;
-}
 
 void KtSipRetryAfterHeader::doParse(KtInputStream& in) {
     TORVANE_TRACE_SCOPE(fileLogger(), "KtSipRetryAfterHeader::doParse");
     m_Comment.clear();
     clearDuration();
-    KtStreamTokenizer::sDiscardWhite(in);
+    KtSipLexer::sSkipBlanks(in);
     int c = in.peek();
-    if (c >= '0' && c <= '9') {
+    if (KtSipLexer::sIsDigit(c)) {
         // Seconds form: only the number is read; a comment or duration after it is left to
         // the header line reader, which skips it.
         unsigned seconds = 0;
@@ -63,31 +35,26 @@ void KtSipRetryAfterHeader::doParse(KtInputStream& in) {
     }
 
     char text[MAX_TEXT + 1];
-    int length = KtSipTokenHeader::sReadBounded(in, dateStops(), text, sizeof text);
-    if (length <= 0 || trimEnd(text, static_cast<unsigned>(length)) == 0) KtSipParseError::sThrow(kInvalid);
-    KtDate date;
-    try {
-        date.constructKtDate(text);
-    } catch (const KtException&) {
-        KtSipParseError::sThrow("Invalid Date in Retry-After header");
-    }
-    setDate(date);
+    int length = KtSipLexer::sReadBounded(in, kDateStops, text, sizeof text);
+    if (length <= 0 || KtSipLexer::sTrimBlanksEnd(text, static_cast<unsigned>(length)) == 0)
+        KtSipParseError::sThrow(kInvalid);
+    setDateText(text, "Invalid Date in Retry-After header");
 
-    KtStreamTokenizer::sDiscardWhite(in);
+    KtSipLexer::sSkipBlanks(in);
     if (in.peek() == '(') {
         in.read();
-        length = KtSipTokenHeader::sReadBounded(in, commentStops(), text, sizeof text);
+        length = KtSipLexer::sReadBounded(in, KtSipLexer::sCommentEnd(), text, sizeof text);
         // A comment longer than MAX_TEXT is refused like an unterminated one.
         if (length < 0 || in.peek() != ')') KtSipParseError::sThrow("Missing ')' for comment");
         in.read();
-        if (trimEnd(text, static_cast<unsigned>(length)) > 0) m_Comment = KtString(text);
-        KtStreamTokenizer::sDiscardWhite(in);
+        if (KtSipLexer::sTrimBlanksEnd(text, static_cast<unsigned>(length)) > 0) m_Comment = KtString(text);
+        KtSipLexer::sSkipBlanks(in);
     }
     if (in.peek() == ';') {
         in.read();
         char name[32];
         // Only the first eight characters of the name are compared with "duration".
-        int nameLength = KtSipTokenHeader::sReadBounded(in, nameStops(), name, sizeof name);
+        int nameLength = KtSipLexer::sReadBounded(in, kNameStops, name, sizeof name);
         if (nameLength >= 8 && std::strncmp(name, sDuration, 8) == 0 && in.peek() == '=') {
             in.read();
             unsigned duration = 0;
@@ -99,13 +66,7 @@ void KtSipRetryAfterHeader::doParse(KtInputStream& in) {
 
 void KtSipRetryAfterHeader::doSerialize(KtOutputStream& out) const {
     TORVANE_TRACE_SCOPE(fileLogger(), "KtSipRetryAfterHeader::doSerialize");
-    if (m_IsDate) {
-        char text[KtDate::TEXT_LENGTH + 1];
-        m_Date.getKtDate(text);
-        out << text;
-    } else {
-        out << m_Seconds;
-    }
+    writeValue(out);
     if (!m_Comment.empty()) out << " (" << m_Comment << ')';
-    if (m_HasDuration) out << "; duration=" << m_Duration;
+    if (m_Duration) out << "; duration=" << *m_Duration;
 }

@@ -1,6 +1,7 @@
 // The Session-Expires header.
 #include "KtSipSessionExpiresHeader.h"
 
+#include "KtSipLexer.h"
 #include "KtStreamTokenizer.h"
 
 TORVANE_FILE_LOGGER("calvoran.kt.KtSipSessionExpiresHeader")
@@ -53,7 +54,7 @@ void KtSipSessionExpiresHeader::doParse(KtInputStream& in) {
     TORVANE_TRACE_SCOPE(fileLogger(), "KtSipSessionExpiresHeader::doParse");
     parseNumber(in);
     if (!m_Parameters.isNil()) m_Parameters->clear();
-    KtStreamTokenizer::sDiscardWhite(in);
+    KtSipLexer::sSkipBlanks(in);
     if (in.peek() == ';') {
         in.read();
         if (m_Parameters.isNil()) m_Parameters = new KtParameters(';');

@@ -5,7 +5,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "KtSipTokenHeader.h"
+#include "KtSipLexer.h"
 #include "KtStreamTokenizer.h"
 #include "TorvaneUUID.h"
 
@@ -33,44 +33,18 @@ const unsigned kMaxWord = 32;
 // Shared strings for the values nearly every Via holds, so that a default header and a
 // parsed "SIP/2.0/UDP" or "SIP/2.0/TCP" allocate nothing for them. Inlined: every Via made
 // or read asks for them.
-KT_ALWAYS_INLINE const KtString& sipText() {
-    static const KtString sText(KtString::sStatic(KtSipHeader::sSIP));
-    return sText;
-}
-KT_ALWAYS_INLINE const KtString& versionText() {
-    static const KtString sText(KtString::sStatic(KtSipViaHeader::sProtocolVersion));
-    return sText;
-}
-KT_ALWAYS_INLINE const KtString& udpText() {
-    static const KtString sText(KtString::sStatic(KtSipHeader::sUDP));
-    return sText;
-}
-KT_ALWAYS_INLINE const KtString& tcpText() {
-    static const KtString sText(KtString::sStatic(KtSipHeader::sTCP));
-    return sText;
+enum SharedWord { kSIP, kVersion, kUDP, kTCP };
+KT_ALWAYS_INLINE const KtString& sharedWord(SharedWord word) {
+    static const KtString sWords[] = {KtString::sStatic(KtSipHeader::sSIP),
+                                      KtString::sStatic(KtSipViaHeader::sProtocolVersion),
+                                      KtString::sStatic(KtSipHeader::sUDP), KtString::sStatic(KtSipHeader::sTCP)};
+    return sWords[word];
 }
 
 // The protocol name and version end at "/"; a comma or the line end means the "/" is missing.
-const KtDelimiterSet& protocolStops() {
-    static const KtDelimiterSet sSet("/,\r\n");
-    return sSet;
-}
+constexpr KtDelimiterSet kProtocolStops("/,\r\n");
 // Inside an IPv6 reference: up to the closing bracket, never past the element.
-const KtDelimiterSet& ipv6Stops() {
-    static const KtDelimiterSet sSet("] \t,;\r\n");
-    return sSet;
-}
-const KtDelimiterSet& commentStops() {
-    static const KtDelimiterSet sSet(")\r\n");
-    return sSet;
-}
-
-// Removes trailing spaces and tabs from a buffer of `length` bytes; returns the new length.
-unsigned trimEnd(char* text, unsigned length) {
-    while (length > 0 && (text[length - 1] == ' ' || text[length - 1] == '\t')) --length;
-    text[length] = '\0';
-    return length;
-}
+constexpr KtDelimiterSet kIPv6Stops("] \t,;\r\n");
 
 // Reads one word of the sent protocol (up to a byte of `stops`), trimmed, into `field`,
 // reusing `shared` when the text equals it (and `other` likewise). Throws "Invalid Via
@@ -78,9 +52,9 @@ unsigned trimEnd(char* text, unsigned length) {
 void readWord(KtInputStream& in, const KtDelimiterSet& stops, KtConstString& field, bool upper,
               const KtString& shared, const KtString* other) {
     char word[kMaxWord + 1];
-    int length = KtSipTokenHeader::sReadBounded(in, stops, word, sizeof word);
+    int length = KtSipLexer::sReadBounded(in, stops, word, sizeof word);
     if (length < 0) KtSipParseError::sThrow(kInvalidVia);
-    unsigned n = trimEnd(word, static_cast<unsigned>(length));
+    unsigned n = KtSipLexer::sTrimBlanksEnd(word, static_cast<unsigned>(length));
     if (upper) {
         for (unsigned i = 0; i < n; ++i)
             if (word[i] >= 'a' && word[i] <= 'z') word[i] = static_cast<char>(word[i] - 'a' + 'A');
@@ -99,19 +73,19 @@ void readWord(KtInputStream& in, const KtDelimiterSet& stops, KtConstString& fie
 // Returns false, having consumed only the blanks in front, when the general reader must run.
 bool readUsualProtocol(KtInputStream& in, KtConstString& protocol, KtConstString& version,
                        KtConstString& transport) {
-    KtStreamTokenizer::sDiscardWhite(in);
+    KtSipLexer::sSkipBlanks(in);
     const char* p = in.current();
     if (in.end() - p < 12 || std::memcmp(p, "SIP/2.0/", 8) != 0) return false;
     const KtString* shared;
     if (std::memcmp(p + 8, "UDP", 3) == 0)
-        shared = &udpText();
+        shared = &sharedWord(kUDP);
     else if (std::memcmp(p + 8, "TCP", 3) == 0)
-        shared = &tcpText();
+        shared = &sharedWord(kTCP);
     else
         return false;
     if (!KtSipHeader::sDelimeterSet().contains(static_cast<unsigned char>(p[11]))) return false;
-    protocol = KtConstString(sipText());
-    version = KtConstString(versionText());
+    protocol = KtConstString(sharedWord(kSIP));
+    version = KtConstString(sharedWord(kVersion));
     transport = KtConstString(*shared);
     in.setCurrent(p + 11);
     return true;
@@ -123,7 +97,7 @@ KtString readHost(KtInputStream& in) {
     KtStringBuffer* hostBuffer = host.mutableBuffer();
     if (in.peek() == '[') {
         in.read();
-        hostBuffer->parse(in, ipv6Stops());
+        hostBuffer->parse(in, kIPv6Stops);
         if (in.peek() != ']' || hostBuffer->empty()) KtSipParseError::sThrow(kInvalidVia);
         in.read();
         KtString reference("[");
@@ -182,9 +156,9 @@ void KtSipViaHeader::parseParameters(KtInputStream& in) {
 
 KtSipViaHeader::KtSipViaHeader()
     : m_parameters(new KtParameters(';')),
-      m_protocol(sipText()),
-      m_version(versionText()),
-      m_transport(udpText()),
+      m_protocol(sharedWord(kSIP)),
+      m_version(sharedWord(kVersion)),
+      m_transport(sharedWord(kUDP)),
       m_port(5060),
       m_hasPort(false) {
     TORVANE_TRACE_SCOPE(fileLogger(), "KtSipViaHeader default ctor");
@@ -192,8 +166,8 @@ KtSipViaHeader::KtSipViaHeader()
 
 KtSipViaHeader::KtSipViaHeader(const char* host, unsigned port, const char* transport)
     : m_parameters(new KtParameters(';')),
-      m_protocol(sipText()),
-      m_version(versionText()),
+      m_protocol(sharedWord(kSIP)),
+      m_version(sharedWord(kVersion)),
       m_port(port),
       m_hasPort(true) {
     TORVANE_TRACE_SCOPE(fileLogger(), "KtSipViaHeader ctor");
@@ -255,7 +229,8 @@ void KtSipViaHeader::checkFields(bool fresh) const {
     KtString ttl = fresh ? parameters.getValue(sTTL, KtParameters::sOwner) : parameters.getValue(sTTL);
     const char* text = ttl.c_str();
     unsigned length = ttl.length();
-    if (length == 0 || length > 10 || std::strspn(text, "0123456789") != length) KtSipParseError::sThrow(kInvalidTTL);
+    if (length == 0 || length > 10 || KtSipLexer::sSkipDigits(text, text + length) != text + length)
+        KtSipParseError::sThrow(kInvalidTTL);
     if (std::strtol(text, nullptr, 10) > 255) KtSipParseError::sThrow(kInvalidTTL);
 }
 
@@ -263,17 +238,17 @@ void KtSipViaHeader::doParse(KtInputStream& in) {
     TORVANE_TRACE_SCOPE(fileLogger(), "KtSipViaHeader::doParse");
     // sent-protocol: name "/" version "/" transport
     if (!readUsualProtocol(in, m_protocol, m_version, m_transport)) {
-        readWord(in, protocolStops(), m_protocol, false, sipText(), nullptr);
+        readWord(in, kProtocolStops, m_protocol, false, sharedWord(kSIP), nullptr);
         expectSlash(in);
-        readWord(in, protocolStops(), m_version, false, versionText(), nullptr);
+        readWord(in, kProtocolStops, m_version, false, sharedWord(kVersion), nullptr);
         expectSlash(in);
-        readWord(in, KtSipHeader::sDelimeterSet(), m_transport, true, udpText(), &tcpText());
+        readWord(in, KtSipHeader::sDelimeterSet(), m_transport, true, sharedWord(kUDP), &sharedWord(kTCP));
     }
 
     // sent-by host. "[" is a token delimiter, so an IPv6 reference is read here up to its
     // closing bracket and kept whole, brackets included, so that it is written back as
     // received.
-    KtStreamTokenizer::sDiscardWhite(in);
+    KtSipLexer::sSkipBlanks(in);
     // The usual host ends at a delimiter inside the window and holds no white space (white space
     // delimits it): it is taken where it stands, as readHost would collect it.
     const char* hostStart = in.current();
@@ -295,7 +270,7 @@ void KtSipViaHeader::doParse(KtInputStream& in) {
         m_parameters->clear(KtParameters::sOwner);
     // Port, comment and parameters in any order; each step consumes at least one byte.
     for (;;) {
-        KtStreamTokenizer::sDiscardWhite(in);
+        KtSipLexer::sSkipBlanks(in);
         int c = in.peek();
         if (c == ':') {
             in.read();
@@ -306,7 +281,7 @@ void KtSipViaHeader::doParse(KtInputStream& in) {
         } else if (c == '(') {
             in.read();
             KtString comment;
-            comment.mutableBuffer()->parse(in, commentStops());
+            comment.mutableBuffer()->parse(in, KtSipLexer::sCommentEnd());
             if (in.peek() != ')') KtSipParseError::sThrow(kInvalidVia);
             in.read();
             comment.trim();

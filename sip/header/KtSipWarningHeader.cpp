@@ -3,19 +3,14 @@
 
 #include <cstdio>
 
+#include "KtSipLexer.h"
+
 TORVANE_FILE_LOGGER("calvoran.kt.KtSipWarningHeader")
 
 KT_SIP_HEADER_REGISTER(KtSipWarningHeader, "Warning")
 
 namespace {
-const KtDelimiterSet& wordStops() {
-    static const KtDelimiterSet sSet(" \r\n");
-    return sSet;
-}
-const KtDelimiterSet& lineEnd() {
-    static const KtDelimiterSet sSet("\r\n");
-    return sSet;
-}
+constexpr KtDelimiterSet kWordStops(" \r\n");
 }  // namespace
 
 KtSipWarningHeader::KtSipWarningHeader(unsigned code, const char* agent, const char* text) {
@@ -33,11 +28,11 @@ void KtSipWarningHeader::setCode(unsigned code) {
 void KtSipWarningHeader::doParse(KtInputStream& in) {
     TORVANE_TRACE_SCOPE(fileLogger(), "KtSipWarningHeader::doParse");
     KtString code;
-    code.mutableBuffer()->parse(in, wordStops());
+    code.mutableBuffer()->parse(in, kWordStops);
     KtString agent;
-    agent.mutableBuffer()->parse(in, wordStops());
+    agent.mutableBuffer()->parse(in, kWordStops);
     KtString text;
-    text.mutableBuffer()->parse(in, lineEnd());
+    text.mutableBuffer()->parse(in, KtSipLexer::sLineEnd());
     text.trim();
     // A quoted text loses its first and last character (the quotes).
     if (text.c_str()[0] == '"') {
