@@ -43,6 +43,7 @@ unsigned KtInputStream::skip(unsigned count) {
 
 KtByteArrayInputStream::KtByteArrayInputStream(const KtByteArray* bytes, unsigned offset, unsigned length)
     : m_Bytes(bytes) {
+    m_Whole = true;
     if (bytes == nullptr) {
         setWindow(nullptr, nullptr);
         return;

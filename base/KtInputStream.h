@@ -52,11 +52,12 @@ public:
     void advance(unsigned count) { m_pCur += count; }
     /// Sets the position inside the window (a value previously obtained from current()).
     void setCurrent(const char* position) { m_pCur = position; }
-    /// Makes more bytes available; returns false at the end of the input.
-    bool fill() { return refill(); }
+    /// Makes more bytes available; returns false at the end of the input. A stream whose
+    /// window is all of its input (an array read in place) answers without a call.
+    bool fill() { return !m_Whole && refill(); }
 
 protected:
-    KtInputStream() : m_pCur(nullptr), m_pEnd(nullptr), m_pMark(nullptr) {}
+    KtInputStream() : m_pCur(nullptr), m_pEnd(nullptr), m_pMark(nullptr), m_Whole(false) {}
     /// Sets the window.
     void setWindow(const char* begin, const char* end) {
         m_pCur = begin;
@@ -71,6 +72,8 @@ protected:
     const char* m_pCur;
     const char* m_pEnd;
     const char* m_pMark;
+    /// Set by a stream whose window is all of its input and whose refill never adds bytes.
+    bool m_Whole;
 
 private:
     int readSlow();
@@ -88,6 +91,7 @@ public:
     /// Reads `length` bytes at `data`, which the caller keeps alive and unchanged.
     KtByteArrayInputStream(const char* data, unsigned length) {
         setWindow(data, data ? data + length : nullptr);
+        m_Whole = true;
     }
     ~KtByteArrayInputStream() override {}
 

@@ -1,6 +1,7 @@
 // The header registry and the reading and writing of header lines.
 #include "KtSipHeader.h"
 
+#include <cstdint>
 #include <cstring>
 #include <map>
 #include <string>
@@ -8,7 +9,6 @@
 
 #include "KtProbeTable.h"
 #include "KtSipUnknownHeader.h"
-#include "KtStreamTokenizer.h"
 
 TORVANE_FILE_LOGGER("calvoran.kt.KtSipHeader")
 
@@ -88,9 +88,12 @@ Constructor lookup(const char* name) { return gRegistry != nullptr ? gRegistry->
 }  // namespace
 
 KtSipHeader::~KtSipHeader() {
+    if (!m_Next.isNil()) releaseChain();  // the usual single header has no chain
+}
+
+void KtSipHeader::releaseChain() {
     // Unlink the rest of the chain iteratively so that a long chain does not recurse once per
     // element through the destructors.
-    if (m_Next.isNil()) return;  // the usual single header
     KtHandle<KtSipHeader> next(std::move(m_Next));
     while (!next.isNil() && next->getRefCount() == 1) {
         KtHandle<KtSipHeader> after(std::move(next->m_Next));
@@ -148,50 +151,162 @@ KtSipHeader* construct(const char* token, bool& registered) {
     return registered ? constructor() : new KtSipUnknownHeader(token);
 }
 
-// The usual header line, read where it stands in the stream's window: `line` up to its CR LF
-// is whole in the window, holds no other CR and is not folded, and its name (the bytes before
-// the first colon, at most NAME_BUFFER_SIZE - 1 of them) starts with no blank and holds no
-// NUL. For such a line the peek, the lookup and the line collection of the general path
-// all see the same name and text, so one scan serves them.
-struct PlainLine {
-    const char* text = nullptr;  // the line
-    unsigned length = 0;         // up to, not including, its CR LF
-    const char* colon = nullptr;
-    unsigned nameLength = 0;     // the name before the colon, trailing blanks stripped
+// A logical header line, gathered once: in place when the stream's window holds it whole
+// (ending in CR LF, with no other CR and no fold), else collected into the caller's
+// LINE_BUFFER_SIZE-byte buffer. Either way `text` is followed by CR LF in memory.
+struct GatheredLine {
+    const char* text;
+    unsigned length;         // without the line end
+    bool overflow;           // the collected line did not fit its buffer (text is cut)
+    // The peeked name (asked for by sConstructFrom only): the raw bytes of the first physical
+    // line up to its first colon or LF, at most NAME_BUFFER_SIZE - 1 of them, trailing blanks
+    // stripped, then cut at a NUL for the lookup. When `colon` is set, it is the line's first
+    // colon and the peeked name is also the line's own (trimmed) name: the `nameLength` bytes
+    // at `text`.
+    const char* name;
+    unsigned nameLength;
+    const char* colon;
 };
 
-// The usual line lies whole in the stream's window, ends in CR LF, holds no other CR and is
-// not folded (the byte after its LF is neither space nor tab): returns its length up to the
-// CR, or -1 when the general line collection must run. One scan finds the first CR or LF:
-// the line qualifies when that byte, within `textMax` bytes, is a CR followed by its LF (so
-// no other CR comes before it).
-inline int plainLineLength(const KtInputStream& in, unsigned textMax) {
+// True when the two bytes at `p` are CR LF.
+KT_ALWAYS_INLINE bool isLineEnd(const char* p) {
+    std::uint16_t pair;
+    std::memcpy(&pair, p, 2);
+    std::uint16_t crlf;
+    std::memcpy(&crlf, "\r\n", 2);
+    return pair == crlf;
+}
+
+// Strips white space (ktIsWhite, all of it at or below the space) from the end of the `n`
+// bytes at `p`; returns the length left.
+KT_ALWAYS_INLINE unsigned stripTrailingWhite(const char* p, unsigned n) {
+    while (n > 0 && static_cast<unsigned char>(p[n - 1]) <= ' ' && ktIsWhite(p[n - 1])) --n;
+    return n;
+}
+
+// The line in place: it lies whole in the window, ends in CR LF, holds no other CR and is not
+// folded (the byte after its LF is neither space nor tab). Returns its length up to the CR, or
+// -1 when it must be collected. One scan finds the first CR or LF: the line qualifies when
+// that byte, within `textMax` bytes, is a CR followed by its LF.
+KT_ALWAYS_INLINE int inPlaceLength(const KtInputStream& in, unsigned textMax) {
     const char* p = in.current();
     const char* end = in.end();
     if (p >= end) return -1;
     const char* limit = static_cast<unsigned>(end - p) > textMax + 1 ? p + textMax + 1 : end;
     const char* cr = ktFindEitherLong(p, limit, '\r', '\n');
-    if (cr == limit || *cr != '\r' || cr + 2 >= end || cr[1] != '\n' || cr[2] == ' ' || cr[2] == '\t') return -1;
+    if (cr == limit || end - cr < 3 || !isLineEnd(cr) || cr[2] == ' ' || cr[2] == '\t') return -1;
     return static_cast<int>(cr - p);
 }
 
-inline bool findPlainLine(const KtInputStream& in, unsigned textMax, PlainLine& line) {
-    const char* p = in.current();
-    if (p >= in.end() || *p == ' ' || *p == '\t') return false;
-    const int lineLength = plainLineLength(in, textMax);
-    if (lineLength < 0) return false;
-    const unsigned length = static_cast<unsigned>(lineLength);
-    const char* nameEnd = p + (length < KtSipHeader::NAME_BUFFER_SIZE - 1 ? length : KtSipHeader::NAME_BUFFER_SIZE - 1);
-    const char* q = ktFindEither(p, nameEnd, ':', '\0');  // the colon or a NUL (the line holds no CR)
-    if (q == nameEnd || *q != ':') return false;
-    unsigned n = static_cast<unsigned>(q - p);
-    while (n > 0 && ktIsWhite(p[n - 1])) --n;
-    if (n == 0) return false;
-    line.text = p;
-    line.length = length;
-    line.colon = q;
-    line.nameLength = n;
-    return true;
+// Ends the peek of `stored` bytes in `peeked`: trailing blanks stripped, NUL-terminated; returns
+// the length of the name looked up (up to a NUL). A name left empty is refused (the first
+// physical line has been consumed by then).
+unsigned endPeek(char* peeked, unsigned stored) {
+    stored = stripTrailingWhite(peeked, stored);
+    if (stored == 0) KtSipParseError::sThrow("Header token expected");
+    peeked[stored] = '\0';
+    return static_cast<unsigned>(std::strlen(peeked));
+}
+
+// The peek over a line read in place (no CR or LF inside it).
+KT_ALWAYS_INLINE void peekInPlace(char* peeked, GatheredLine& line) {
+    const char* p = line.text;
+    const unsigned max = KtSipHeader::NAME_BUFFER_SIZE - 1;
+    const char* capped = p + (line.length < max ? line.length : max);
+    // The usual name: a colon within the cap, no NUL before it, no blank in front.
+    const char* q = ktFindEither(p, capped, ':', '\0');
+    if (q < capped && *q == ':' && *p != ' ' && *p != '\t') {
+        const unsigned n = stripTrailingWhite(p, static_cast<unsigned>(q - p));
+        if (n == 0) KtSipParseError::sThrow("Header token expected");
+        line.name = p;
+        line.nameLength = n;
+        line.colon = q;
+        return;
+    }
+    const char* colon = static_cast<const char*>(std::memchr(p, ':', line.length));
+    const char* stop = colon != nullptr && colon < capped ? colon : capped;
+    const unsigned stored = static_cast<unsigned>(stop - p);
+    std::memcpy(peeked, p, stored);
+    line.name = peeked;
+    line.nameLength = endPeek(peeked, stored);
+    line.colon = nullptr;
+}
+
+// Collects the logical line: CRs are dropped, an LF followed by a space or tab folds (both
+// dropped, nothing inserted), any other LF ends the line, as does the end of the input. The
+// text and the CR LF appended to it must fit `buffer`; a longer line is read to its end and
+// marked. With `peeked`, the name is peeked from the raw bytes on the way.
+__attribute__((noinline)) void collectLine(KtInputStream& in, char* buffer, char* peeked, GatheredLine& line) {
+    const unsigned kTextMax = KtSipHeader::LINE_BUFFER_SIZE - 2;
+    const unsigned kPeekMax = KtSipHeader::NAME_BUFFER_SIZE - 1;
+    unsigned n = 0;
+    bool overflow = false;
+    bool peeking = peeked != nullptr;  // the peek has not yet met its colon or LF
+    unsigned peekStored = 0;
+    bool firstLine = true;
+    for (;;) {
+        const char* p = in.current();
+        const char* end = in.end();
+        const char* nl = static_cast<const char*>(std::memchr(p, '\n', static_cast<std::size_t>(end - p)));
+        const char* stop = nl ? nl : end;
+        if (peeking) {
+            const char* colon = static_cast<const char*>(std::memchr(p, ':', static_cast<std::size_t>(stop - p)));
+            const char* peekEnd = colon ? colon : stop;
+            unsigned len = static_cast<unsigned>(peekEnd - p);
+            if (len > kPeekMax - peekStored) len = kPeekMax - peekStored;
+            std::memcpy(peeked + peekStored, p, len);
+            peekStored += len;
+            peeking = colon == nullptr && nl == nullptr;
+        }
+        // Copy [p, stop) without its CRs.
+        while (p < stop) {
+            const char* cr = static_cast<const char*>(std::memchr(p, '\r', static_cast<std::size_t>(stop - p)));
+            const char* chunkEnd = cr ? cr : stop;
+            unsigned len = static_cast<unsigned>(chunkEnd - p);
+            if (n + len > kTextMax) {
+                overflow = true;
+                len = n < kTextMax ? kTextMax - n : 0;
+            }
+            std::memcpy(buffer + n, p, len);
+            n += len;
+            p = cr ? cr + 1 : stop;
+        }
+        in.setCurrent(stop);
+        if (nl == nullptr) {
+            if (!in.fill()) break;  // end of input ends the line
+            continue;
+        }
+        in.advance(1);  // the LF
+        if (firstLine && peeked != nullptr) line.nameLength = endPeek(peeked, peekStored);
+        firstLine = false;
+        int next = in.peek();
+        if (next == ' ' || next == '\t') {
+            in.advance(1);  // folded: drop the white-space character too
+            continue;
+        }
+        break;
+    }
+    if (firstLine && peeked != nullptr) line.nameLength = endPeek(peeked, peekStored);
+    line.name = peeked;
+    line.colon = nullptr;
+    buffer[n] = '\r';
+    buffer[n + 1] = '\n';
+    line.text = buffer;
+    line.length = n;
+    line.overflow = overflow;
+}
+
+// Gathers the logical line at the stream's position into `line` and consumes it; `buffer` has
+// LINE_BUFFER_SIZE bytes. With `peeked` (NAME_BUFFER_SIZE bytes) the name is peeked as well,
+// and an empty one is refused with only the first physical line consumed.
+KT_ALWAYS_INLINE void gatherLine(KtInputStream& in, char* buffer, char* peeked, GatheredLine& line) {
+    const int inPlace = inPlaceLength(in, KtSipHeader::LINE_BUFFER_SIZE - 2);
+    if (inPlace < 0) return collectLine(in, buffer, peeked, line);
+    line.text = in.current();
+    line.length = static_cast<unsigned>(inPlace);
+    line.overflow = false;
+    in.setCurrent(line.text + inPlace + 2);
+    if (peeked != nullptr) peekInPlace(peeked, line);
 }
 
 }  // namespace
@@ -204,167 +319,55 @@ KtSipHeader* KtSipHeader::sConstruct(const char* token) {
 
 KtHandle<KtSipHeader> KtSipHeader::sConstructFrom(KtInputStream& in) {
     TORVANE_TRACE_SCOPE(fileLogger(), "KtSipHeader::sConstructFrom");
-    // The name is peeked up to the colon. The peek also stops at an LF, so that a line
-    // without a colon does not borrow the name of the next line; a CR is part of the peeked
-    // name (the line's reading drops it later).
-    PlainLine plain;
-    if (findPlainLine(in, LINE_BUFFER_SIZE - 2, plain)) {
-        Constructor constructor;
-        const char* exact;
-        KtHandle<KtSipHeader> header(construct(plain.text, plain.nameLength, constructor, exact));
-        in.setCurrent(plain.text + plain.length + 2);
-        TORVANE_TRACE_SCOPE(fileLogger(), "KtSipHeader::parse");
-        // The name starts with no blank and holds no CR: the trimmed name of the line is the
-        // peeked one, so an unknown name cannot turn out registered here. A class registers its
-        // own token's text: when the line spelled that very name, the token already holds it,
-        // and the constructor found is the one registered for the class's (expanded) token.
-        const bool tokenIsName = exact != nullptr && exact == header->m_Token.c_str();
-        header->parseNamedLine(plain.text, plain.length, plain.text, plain.nameLength, plain.colon,
-                               tokenIsName ? constructor : nullptr);
-        return header;
-    }
-    static const KtDelimiterSet nameEnd(":\n");
-    char name[NAME_BUFFER_SIZE];
-    int n = KtStreamTokenizer::sPeekToken(in, nameEnd, name, NAME_BUFFER_SIZE);
-    while (n > 0 && ktIsWhite(name[n - 1])) name[--n] = '\0';
-    if (n <= 0) {
-        KtStreamTokenizer::sDiscardLine(in);
-        KtSipParseError::sThrow("Header token expected");
-    }
     // The class is chosen by the peeked name (trailing blanks stripped, leading ones kept);
-    // the header then keeps the name read from the whole line, CRs dropped and trimmed. The
-    // two may differ: " From" or "Fr<CR>om" select the unknown header, which is written back
-    // under the name "From".
-    bool registered;
-    KtHandle<KtSipHeader> header(construct(name, registered));
-    header->parse(in);
+    // the header then keeps the name of the whole line, CRs dropped and trimmed. The two may
+    // differ: " From" or "Fr<CR>om" select the unknown header, which is written back under
+    // the name "From". The peek stops at an LF, so that a line without a colon does not
+    // borrow the name of the next line.
+    char buffer[LINE_BUFFER_SIZE];
+    char peeked[NAME_BUFFER_SIZE];
+    GatheredLine line;
+    gatherLine(in, buffer, peeked, line);
+    Constructor constructor;
+    const char* exact;
+    KtHandle<KtSipHeader> header(construct(line.name, line.nameLength, constructor, exact));
+    {
+        TORVANE_TRACE_SCOPE(fileLogger(), "KtSipHeader::parse");
+        // A class registers its own token's text: when the line spelled that very name (and
+        // the peeked name is the line's), the token already holds it, and the constructor
+        // found is the one registered for the class's (expanded) token.
+        const bool tokenIsName = exact != nullptr && exact == header->m_Token.c_str() && line.colon != nullptr;
+        header->parseLine(line.text, line.length, line.overflow, line.colon, line.nameLength,
+                          tokenIsName ? constructor : nullptr);
+    }
     return header;
 }
 
 void KtSipHeader::parse(KtInputStream& in) {
     TORVANE_TRACE_SCOPE(fileLogger(), "KtSipHeader::parse");
-    // Collect the logical line: CRs are dropped, an LF followed by a space or tab folds (both
-    // dropped, nothing inserted), any other LF ends the line. The text and the CR LF appended
-    // to it must fit the 1024-byte buffer; a longer line is read to its end and refused.
-    const unsigned kTextMax = LINE_BUFFER_SIZE - 2;
+    char buffer[LINE_BUFFER_SIZE];
+    GatheredLine line;
+    gatherLine(in, buffer, nullptr, line);
+    parseLine(line.text, line.length, line.overflow, nullptr, 0, nullptr);
+}
 
-    // The usual line (see plainLineLength) is read where it stands, its CR LF serving as the
-    // value's end.
-    const int plain = plainLineLength(in, kTextMax);
-    if (plain >= 0) {
-        const char* p = in.current();
-        in.setCurrent(p + plain + 2);
-        parseLine(p, static_cast<unsigned>(plain));
-        return;
-    }
-
-    char line[LINE_BUFFER_SIZE];
-    unsigned n = 0;
-    bool overflow = false;
-    for (;;) {
-        const char* p = in.current();
-        const char* end = in.end();
-        const char* nl = static_cast<const char*>(std::memchr(p, '\n', static_cast<std::size_t>(end - p)));
-        const char* stop = nl ? nl : end;
-        // Copy [p, stop) without its CRs.
-        while (p < stop) {
-            const char* cr = static_cast<const char*>(std::memchr(p, '\r', static_cast<std::size_t>(stop - p)));
-            const char* chunkEnd = cr ? cr : stop;
-            unsigned len = static_cast<unsigned>(chunkEnd - p);
-            if (n + len > kTextMax) {
-                overflow = true;
-                len = n < kTextMax ? kTextMax - n : 0;
-            }
-            std::memcpy(line + n, p, len);
-            n += len;
-            p = cr ? cr + 1 : stop;
-        }
-        in.setCurrent(stop);
-        if (nl == nullptr) {
-            if (!in.fill()) break;  // end of input ends the line
-            continue;
-        }
-        in.advance(1);  // the LF
-        int next = in.peek();
-        if (next == ' ' || next == '\t') {
-            in.advance(1);  // folded: drop the white-space character too
-            continue;
-        }
-        break;
-    }
+// The grammar of a gathered line, inlined into both callers: the name before the first colon
+// (trimmed), then the comma-separated values. `colon`, when known, is the first colon and the
+// name the `nameLength` bytes at `line`.
+KT_ALWAYS_INLINE void KtSipHeader::parseLine(const char* line, unsigned n, bool overflow, const char* colon,
+                                             unsigned nameLength, KtSipHeader* (*ownConstructor)()) {
     if (overflow) KtSipParseError::sThrow("Header line too long");
-    line[n] = '\r';
-    line[n + 1] = '\n';
-    parseLine(line, n);
-}
-
-void KtSipHeader::parseLine(const char* line, unsigned n, const char* colon) {
-    // The name, trimmed, as received. When it equals the current token (a class's own name),
-    // the token keeps sharing that string; otherwise it becomes a string of its own, so the
-    // class's static token is never changed.
-    if (colon == nullptr) colon = static_cast<const char*>(std::memchr(line, ':', n));
-    if (colon == nullptr) KtSipParseError::sThrow("Header colon expected");
-    const char* nb = line;
-    const char* ne = colon;
-    ktTrimRange(nb, ne);
-    parseNamedLine(line, n, nb, static_cast<unsigned>(ne - nb), colon, nullptr);
-}
-
-// parseRest, inlined into the reading of a line. `wholeLine` tells that the stream's window
-// holds all there is (the line read in place), so that no refill is asked for at its end.
-KT_ALWAYS_INLINE void KtSipHeader::readValues(KtInputStream& in, bool wholeLine,
-                                                                  KtSipHeader* (*elementConstructor)()) {
-    TORVANE_TRACE_SCOPE(fileLogger(), "KtSipHeader::parseRest");
-    // Each comma-separated element becomes a new header of the same class appended to the
-    // chain; the loop keeps the chain's tail, so no recursion and no walk per element.
-    KtSipHeader* tail = this;
-    while (!tail->m_Next.isNil()) tail = tail->m_Next.get();
-    KtSipHeader* current = this;
-    // The class of the elements after the first: given, or looked up at the first comma only.
-    Constructor constructor = elementConstructor;
-    bool lookedUp = constructor != nullptr;
-    for (;;) {
-        current->doParse(in);
-        // Text that doParse left before the next comma is skipped.
-        int c;
-        for (;;) {
-            const char* p = in.current();
-            const char* end = in.end();
-            // A line read whole ends in its CR LF: when no more than those two bytes are left,
-            // there is no comma to look for.
-            if (wholeLine && end - p <= 2) {
-                in.setCurrent(end);
-                c = -1;
-                break;
-            }
-            const char* comma = ktFindByte(p, end, ',');
-            if (comma < end) {
-                in.setCurrent(comma + 1);
-                c = ',';
-                break;
-            }
-            in.setCurrent(end);
-            if (wholeLine || !in.fill()) {
-                c = -1;
-                break;
-            }
-        }
-        if (c < 0) return;
-        if (!lookedUp) {
-            constructor = lookup(getExpandedToken().c_str());
-            lookedUp = true;
-        }
-        KtSipHeader* next = constructor != nullptr ? constructor() : sConstruct(getExpandedToken().c_str());
-        tail->m_Next = KtHandle<KtSipHeader>(next);
-        tail = next;
-        current = next;
+    const char* name = line;
+    if (colon == nullptr) {
+        colon = static_cast<const char*>(std::memchr(line, ':', n));
+        if (colon == nullptr) KtSipParseError::sThrow("Header colon expected");
+        const char* nameEnd = colon;
+        ktTrimRange(name, nameEnd);
+        nameLength = static_cast<unsigned>(nameEnd - name);
     }
-}
-
-// Inlined into both callers: the usual line's reading (sConstructFrom) runs it once per line.
-KT_ALWAYS_INLINE void KtSipHeader::parseNamedLine(const char* line, unsigned n, const char* name,
-                                                                       unsigned nameLength, const char* colon,
-                                                                       KtSipHeader* (*ownConstructor)()) {
+    // When the name equals the current token (a class's own name), the token keeps sharing
+    // that string; otherwise it becomes a string of its own, so the class's static token is
+    // never changed.
     if (ownConstructor == nullptr &&
         (m_Token.length() != nameLength || !ktEqualBytes(m_Token.c_str(), name, nameLength)))
         m_Token = KtString(name, nameLength);
@@ -372,10 +375,44 @@ KT_ALWAYS_INLINE void KtSipHeader::parseNamedLine(const char* line, unsigned n, 
     // The value runs to the end of the line, its CR LF included.
     const unsigned valueStart = static_cast<unsigned>(colon - line) + 1;
     KtByteArrayInputStream value(line + valueStart, n + 2 - valueStart);
-    readValues(value, true, ownConstructor);
+    readValues(value, ownConstructor);
 }
 
-void KtSipHeader::parseRest(KtInputStream& in) { readValues(in, false, nullptr); }
+// parseRest, inlined into the reading of a line.
+KT_ALWAYS_INLINE void KtSipHeader::readValues(KtInputStream& in, KtSipHeader* (*elementConstructor)()) {
+    TORVANE_TRACE_SCOPE(fileLogger(), "KtSipHeader::parseRest");
+    // Each comma-separated element becomes a new header of the same class appended to the
+    // chain; the loop keeps the chain's tail, so no recursion and no walk per element.
+    KtSipHeader* tail = this;
+    while (!tail->m_Next.isNil()) tail = tail->m_Next.get();
+    KtSipHeader* current = this;
+    // The class of the elements after the first: given, or looked up at a comma (once, unless
+    // the name is not registered at all).
+    Constructor constructor = elementConstructor;
+    for (;;) {
+        current->doParse(in);
+        // Text that doParse left before the next comma is skipped, a window at a time. A
+        // value read up to its line end leaves just the CR LF, which is passed unscanned.
+        for (;;) {
+            const char* p = in.current();
+            const char* end = in.end();
+            const char* comma = end - p == 2 && isLineEnd(p) ? end : ktFindByte(p, end, ',');
+            if (comma < end) {
+                in.setCurrent(comma + 1);
+                break;
+            }
+            in.setCurrent(end);
+            if (!in.fill()) return;
+        }
+        if (constructor == nullptr) constructor = lookup(getExpandedToken().c_str());
+        KtSipHeader* next = constructor != nullptr ? constructor() : sConstruct(getExpandedToken().c_str());
+        tail->m_Next = KtHandle<KtSipHeader>(next);
+        tail = next;
+        current = next;
+    }
+}
+
+void KtSipHeader::parseRest(KtInputStream& in) { readValues(in, nullptr); }
 
 void KtSipHeader::serialize(KtOutputStream& out) const {
     TORVANE_TRACE_SCOPE(fileLogger(), "KtSipHeader::serialize");

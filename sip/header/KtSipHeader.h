@@ -173,17 +173,19 @@ protected:
     HeaderID m_HeaderID;
 
 private:
-    // Parses a collected line of `n` bytes (no CR, no LF) that is followed by CR LF in memory;
-    // `colon`, when known, is the line's first colon.
-    void parseLine(const char* line, unsigned n, const char* colon = nullptr);
-    // parseLine once the name is known: the `nameLength` bytes at `name` (trimmed) and the
-    // line's first colon. `ownConstructor`, when not null, tells that the token already holds
-    // exactly that name and is the constructor registered for it.
-    void parseNamedLine(const char* line, unsigned n, const char* name, unsigned nameLength, const char* colon,
-                        KtSipHeader* (*ownConstructor)());
-    // The body of parseRest; `wholeLine` when the stream's window is all of its input;
-    // `elementConstructor`, when not null, the constructor registered for the expanded token.
-    void readValues(KtInputStream& in, bool wholeLine, KtSipHeader* (*elementConstructor)());
+    // Releases the rest of the chain, one header at a time (out of line: a header without a
+    // chain is released with no more than a test).
+    __attribute__((noinline)) void releaseChain();
+    // Parses a gathered line of `n` bytes (no line end) that is followed by CR LF in memory;
+    // `overflow` when it was cut at the line buffer. `colon`, when not null, is the line's
+    // first colon and the name the `nameLength` bytes at `line` (trimmed). `ownConstructor`,
+    // when not null, tells that the token already holds exactly that name and is the
+    // constructor registered for it.
+    void parseLine(const char* line, unsigned n, bool overflow, const char* colon, unsigned nameLength,
+                   KtSipHeader* (*ownConstructor)());
+    // The body of parseRest; `elementConstructor`, when not null, the constructor registered
+    // for the expanded token.
+    void readValues(KtInputStream& in, KtSipHeader* (*elementConstructor)());
 };
 
 /// The factory registered for a header class.
