@@ -1,6 +1,7 @@
 // The tel: URL.
 #include "KtTelURL.h"
 
+#include "KtScannerBuffer.h"
 #include "KtSipParseError.h"
 #include "TorvaneLogger.h"
 
@@ -12,12 +13,12 @@ namespace {
 const bool ktRegisteredTelURL =
     (KtURI::sAddConstructor(KtTelURL::sToken.c_str(), &KtURIConstructor<KtTelURL>::Constructor), true);
 
-// Size of the work buffer: a tel URL may buffer at most 1023 characters.
-const unsigned kTelBufferSize = 1024;
+// A tel URL buffers at most 1023 characters; the next one is refused.
+void throwTooLong() { KtSipParseError::sThrow("Invalid TelURL"); }
 
-// A trimmed copy of buffer[from, to).
-KtString trimmedSegment(const char* buffer, unsigned from, unsigned to) {
-    KtString s(buffer + from, to - from);
+// A trimmed copy of the buffered characters from `from` on.
+KtString trimmedSegment(const KtScannerBuffer& buffer, unsigned from) {
+    KtString s(buffer.data() + from, buffer.length() - from);
     s.trim();
     return s;
 }
@@ -70,8 +71,7 @@ KtString KtTelURL::getString() const {
 void KtTelURL::parse(KtInputStream& in) {
     TORVANE_TRACE_SCOPE(fileLogger(), "KtTelURL::parse");
     enum State { Initial, Bracket, Colon, Plus, Params };
-    char buffer[kTelBufferSize];
-    unsigned w = 0;
+    KtScannerBuffer buffer(&throwTooLong);
     unsigned segment = 0;
     State state = Initial;
     bool bracketSeen = false;
@@ -80,14 +80,12 @@ void KtTelURL::parse(KtInputStream& in) {
     m_Parameters->clear();
 
     for (;;) {
-        if (w >= kTelBufferSize) KtSipParseError::sThrow("Invalid TelURL");
         const int c = in.read();
         if (c < 0 || c == '\n' || c == '>') {
             if (state == Params) {
-                buffer[w] = '\0';
-                m_Parameters->parse(buffer + segment);
+                m_Parameters->parse(buffer.c_str() + segment);
             } else if (state == Plus || state == Colon) {
-                m_Number = trimmedSegment(buffer, segment, w);
+                m_Number = trimmedSegment(buffer, segment);
                 m_IsGlobal = state == Plus;
             }
             return;
@@ -99,31 +97,31 @@ void KtTelURL::parse(KtInputStream& in) {
                 break;
             case ':':
                 if (state == Initial || state == Bracket) {
-                    segment = w;
+                    segment = buffer.length();
                     state = Colon;
                 }
                 break;
             case '+':
                 if (state == Bracket || state == Colon) {
-                    buffer[w++] = '+';
+                    buffer.put('+');
                     state = Plus;
                 } else if (state == Params) {
-                    buffer[w++] = '+';
+                    buffer.put('+');
                 }
                 break;
             case ';':
                 if (state == Plus || state == Colon) {
-                    m_Number = trimmedSegment(buffer, segment, w);
+                    m_Number = trimmedSegment(buffer, segment);
                     m_IsGlobal = state == Plus;
-                    segment = w;
+                    segment = buffer.length();
                     state = Params;
                 } else if (state == Params) {
-                    buffer[w++] = ';';
+                    buffer.put(';');
                 }
                 if (!bracketSeen) return;
                 break;
             default:
-                buffer[w++] = static_cast<char>(c);
+                buffer.put(c);
                 break;
         }
     }
