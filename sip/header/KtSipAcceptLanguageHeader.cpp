@@ -1,6 +1,8 @@
 // The Accept-Language header.
 #include "KtSipAcceptLanguageHeader.h"
 
+#include "KtSipLexer.h"
+
 #include "KtStreamTokenizer.h"
 
 TORVANE_FILE_LOGGER("calvoran.kt.KtSipAcceptLanguageHeader")
@@ -9,7 +11,7 @@ KT_SIP_HEADER_REGISTER(KtSipAcceptLanguageHeader, "Accept-Language")
 
 // The language may be empty (an empty Accept-Language line is valid, RFC 3261 20.3).
 KT_SIP_TOKEN_HEADER_SYNTAX(KtSipAcceptLanguageHeader,
-                           KtSipTokenHeader::sTokenSeparators(), true, nullptr, false)
+                           KtSipLexer::sTokenSeparators(), true, nullptr, false)
 
 void KtSipAcceptLanguageHeader::doParse(KtInputStream& in) {
     KtSipTokenHeader::doParse(in);
@@ -25,7 +27,7 @@ void KtSipAcceptLanguageHeader::doParse(KtInputStream& in) {
     if (m_Value.empty() || name.empty() || in.peek() != '=') KtSipParseError::sThrow("Invalid AcceptLanguage header");
     in.read();
     KtString weight;
-    weight.mutableBuffer()->parse(in, KtSipTokenHeader::sTokenSeparators());
+    weight.mutableBuffer()->parse(in, KtSipLexer::sTokenSeparators());
     weight.trim();
     if (weight.empty()) KtSipParseError::sThrow("Invalid AcceptLanguage header");
     m_Weight = weight;

@@ -1,9 +1,11 @@
 // The Event header.
 #include "KtSipEventHeader.h"
 
+#include "KtSipLexer.h"
+
 TORVANE_FILE_LOGGER("calvoran.kt.KtSipEventHeader")
 
 KT_SIP_HEADER_REGISTER(KtSipEventHeader, "Event")
 
 KT_SIP_TOKEN_HEADER_SYNTAX(KtSipEventHeader,
-                           KtSipTokenHeader::sTokenSeparators(), true, "Empty value in Event header", true)
+                           KtSipLexer::sTokenSeparators(), true, "Empty value in Event header", true)

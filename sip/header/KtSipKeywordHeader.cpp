@@ -1,6 +1,8 @@
 // The fixed-vocabulary header shape.
 #include "KtSipKeywordHeader.h"
 
+#include "KtSipLexer.h"
+
 #include <strings.h>
 
 #include "KtSipTokenHeader.h"
@@ -33,7 +35,7 @@ void KtSipKeywordHeader::doParse(KtInputStream& in) {
     TORVANE_TRACE_SCOPE(syntax.logger, syntax.parseScope);
     // Every vocabulary word is shorter than MAX_WORD, so a longer token can only be refused.
     char word[MAX_WORD + 1];
-    if (KtSipTokenHeader::sReadBounded(in, KtSipTokenHeader::sTokenSeparators(), word, sizeof word) < 0)
+    if (KtSipLexer::sReadBounded(in, KtSipLexer::sTokenSeparators(), word, sizeof word) < 0)
         KtSipParseError::sThrow(syntax.error);
     setKeyword(word);
 }

@@ -1,6 +1,8 @@
 // The media-type header shape (Accept, Content-Type).
 #include "KtSipMediaTypeHeader.h"
 
+#include "KtSipLexer.h"
+
 #include <cstring>
 
 #include "KtSipTokenHeader.h"
@@ -33,7 +35,7 @@ void KtSipMediaTypeHeader::setParameters(const KtHandle<KtParameters>& parameter
 
 void KtSipMediaTypeHeader::doParse(KtInputStream& in) {
     TORVANE_TRACE_SCOPE(fileLogger(), "KtSipMediaTypeHeader::doParse");
-    const KtStringTable& words = KtSipTokenHeader::sCommonWords();
+    const KtStringTable& words = KtSipLexer::sCommonWords();
     const KtString type = words.parse(in, typeDelimiters(), true);
     KtString subtype;
     if (in.peek() == '/') {

@@ -1,9 +1,11 @@
 // The Proxy-Require header.
 #include "KtSipProxyRequireHeader.h"
 
+#include "KtSipLexer.h"
+
 TORVANE_FILE_LOGGER("calvoran.kt.KtSipProxyRequireHeader")
 
 KT_SIP_HEADER_REGISTER(KtSipProxyRequireHeader, "Proxy-Require")
 
 KT_SIP_TOKEN_HEADER_SYNTAX(KtSipProxyRequireHeader,
-                           KtSipTokenHeader::sListSeparators(), false, nullptr, false)
+                           KtSipLexer::sListSeparators(), false, nullptr, false)

@@ -1,6 +1,8 @@
 // The Timestamp header.
 #include "KtSipTimestampHeader.h"
 
+#include "KtSipLexer.h"
+
 #include "KtSipTokenHeader.h"
 
 TORVANE_FILE_LOGGER("calvoran.kt.KtSipTimestampHeader")
@@ -15,10 +17,10 @@ KtSipTimestampHeader::KtSipTimestampHeader(const char* timestamp, const char* de
 void KtSipTimestampHeader::doParse(KtInputStream& in) {
     TORVANE_TRACE_SCOPE(fileLogger(), "KtSipTimestampHeader::doParse");
     KtString timestamp;
-    timestamp.mutableBuffer()->parse(in, KtSipTokenHeader::sMethodSeparators());
+    timestamp.mutableBuffer()->parse(in, KtSipLexer::sMethodSeparators());
     if (timestamp.empty()) KtSipParseError::sThrow("Invalid Timestamp header, blank timestamp");
     KtString delay;
-    delay.mutableBuffer()->parse(in, KtSipTokenHeader::sMethodSeparators());
+    delay.mutableBuffer()->parse(in, KtSipLexer::sMethodSeparators());
     m_Timestamp = timestamp;
     m_Delay = delay.empty() ? KtString() : delay;
 }

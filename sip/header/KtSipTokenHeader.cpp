@@ -16,8 +16,6 @@ void KtSipTokenHeader::setParameter(const char* name, const char* value) {
     m_Parameters->setValue(name, value);
 }
 
-const KtStringTable& KtSipTokenHeader::sCommonWords() { return KtSipLexer::sCommonWords(); }
-
 void KtSipTokenHeader::doParse(KtInputStream& in) {
     const KtSipTokenSyntax& syntax = getSyntax();
     TORVANE_TRACE_SCOPE(syntax.logger, syntax.parseScope);
@@ -45,16 +43,4 @@ void KtSipTokenHeader::doSerialize(KtOutputStream& out) const {
     TORVANE_TRACE_SCOPE(syntax.logger, syntax.serializeScope);
     out << m_Value;
     if (!m_Parameters.isNil()) m_Parameters->serializeWithLead(out, ';');
-}
-
-const KtDelimiterSet& KtSipTokenHeader::sTokenSeparators() { return KtSipLexer::sTokenSeparators(); }
-
-const KtDelimiterSet& KtSipTokenHeader::sListSeparators() { return KtSipLexer::sListSeparators(); }
-
-const KtDelimiterSet& KtSipTokenHeader::sMethodSeparators() { return KtSipLexer::sMethodSeparators(); }
-
-const KtDelimiterSet& KtSipTokenHeader::sWhiteSeparators() { return KtSipLexer::sWhiteSeparators(); }
-
-int KtSipTokenHeader::sReadBounded(KtInputStream& in, const KtDelimiterSet& stops, char* buffer, unsigned size) {
-    return KtSipLexer::sReadBounded(in, stops, buffer, size);
 }

@@ -49,15 +49,6 @@ public:
     /// Writes the value, then ";" and the parameters when there are any.
     void doSerialize(KtOutputStream& out) const override;
 
-    /// The sets, words and bounded reader of KtSipLexer, under their former names here
-    /// until every reader calls KtSipLexer itself.
-    static const KtDelimiterSet& sTokenSeparators();
-    static const KtDelimiterSet& sListSeparators();
-    static const KtDelimiterSet& sMethodSeparators();
-    static const KtDelimiterSet& sWhiteSeparators();
-    static const KtStringTable& sCommonWords();
-    static int sReadBounded(KtInputStream& in, const KtDelimiterSet& stops, char* buffer, unsigned size);
-
 protected:
     KtSipTokenHeader(const KtString& token, HeaderID id) : KtSipHeader(token, id) {}
     /// Copies the value and a copy of the parameter list; next is nil.

@@ -1,8 +1,10 @@
 // The Unsupported header.
 #include "KtSipUnsupportedHeader.h"
 
+#include "KtSipLexer.h"
+
 TORVANE_FILE_LOGGER("calvoran.kt.KtSipUnsupportedHeader")
 
 KT_SIP_HEADER_REGISTER(KtSipUnsupportedHeader, "Unsupported")
 
-KT_SIP_TOKEN_HEADER_SYNTAX(KtSipUnsupportedHeader, KtSipTokenHeader::sListSeparators(), false, nullptr, false)
+KT_SIP_TOKEN_HEADER_SYNTAX(KtSipUnsupportedHeader, KtSipLexer::sListSeparators(), false, nullptr, false)
