@@ -3,35 +3,21 @@
 
 #include "KtStringTable.h"
 
-const KtDelimiterSet& KtSipLexer::sTokenSeparators() {
-    static const KtDelimiterSet sSet(" \t\r\n\\\"()<>@,;:/[]?={}");
-    return sSet;
-}
+namespace {
+constexpr KtDelimiterSet kTokenSeparators(" \t\r\n\\\"()<>@,;:/[]?={}");
+constexpr KtDelimiterSet kListSeparators(", \t\r\n");
+constexpr KtDelimiterSet kMethodSeparators(" \t\r\n\"()<>@,;:/[]?={}");
+constexpr KtDelimiterSet kWhiteSeparators(" \t\r\n");
+constexpr KtDelimiterSet kLineEnd("\r\n");
+constexpr KtDelimiterSet kCommentEnd(")\r\n");
+}  // namespace
 
-const KtDelimiterSet& KtSipLexer::sListSeparators() {
-    static const KtDelimiterSet sSet(", \t\r\n");
-    return sSet;
-}
-
-const KtDelimiterSet& KtSipLexer::sMethodSeparators() {
-    static const KtDelimiterSet sSet(" \t\r\n\"()<>@,;:/[]?={}");
-    return sSet;
-}
-
-const KtDelimiterSet& KtSipLexer::sWhiteSeparators() {
-    static const KtDelimiterSet sSet(" \t\r\n");
-    return sSet;
-}
-
-const KtDelimiterSet& KtSipLexer::sLineEnd() {
-    static const KtDelimiterSet sSet("\r\n");
-    return sSet;
-}
-
-const KtDelimiterSet& KtSipLexer::sCommentEnd() {
-    static const KtDelimiterSet sSet(")\r\n");
-    return sSet;
-}
+const KtDelimiterSet& KtSipLexer::sTokenSeparators() { return kTokenSeparators; }
+const KtDelimiterSet& KtSipLexer::sListSeparators() { return kListSeparators; }
+const KtDelimiterSet& KtSipLexer::sMethodSeparators() { return kMethodSeparators; }
+const KtDelimiterSet& KtSipLexer::sWhiteSeparators() { return kWhiteSeparators; }
+const KtDelimiterSet& KtSipLexer::sLineEnd() { return kLineEnd; }
+const KtDelimiterSet& KtSipLexer::sCommentEnd() { return kCommentEnd; }
 
 const KtStringTable& KtSipLexer::sCommonWordTable() {
     static const KtStringTable sTable{

@@ -36,49 +36,31 @@ const unsigned kBufferSize = KtScannerBuffer::CAPACITY + 1;
 void throwOverflow() { KtSipParseError::sThrow(kOverflow); }
 
 // Characters of a scheme.
-const KtDelimiterSet& schemeChars() {
-    static const KtDelimiterSet set("abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789+-.");
-    return set;
-}
+constexpr KtDelimiterSet kSchemeChars("abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789+-.");
 
 // Where the look-ahead for the "@" of the user info stops, in brackets and outside them.
-const KtDelimiterSet& userStopsInBrackets() {
-    static const KtDelimiterSet set("@ \t\r\n<>");
-    return set;
-}
-const KtDelimiterSet& userStopsBare() {
-    static const KtDelimiterSet set("@ \t\r\n<>;?,");
-    return set;
-}
+constexpr KtDelimiterSet kUserStopsInBrackets("@ \t\r\n<>");
+constexpr KtDelimiterSet kUserStopsBare("@ \t\r\n<>;?,");
 
 // Characters of a host name or IPv4 address.
-const KtDelimiterSet& hostChars() {
-    static const KtDelimiterSet set("abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789-._");
-    return set;
-}
+constexpr KtDelimiterSet kHostChars("abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789-._");
 
 // Characters inside an IPv6 reference "[...]" (hex digits, colons, dots, a zone index).
-const KtDelimiterSet& ipv6Chars() {
-    static const KtDelimiterSet set("abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789:.%-_");
-    return set;
-}
+constexpr KtDelimiterSet kIpv6Chars("abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789:.%-_");
 
 // Characters written as they are in the header part; every other byte is escaped.
-const KtDelimiterSet& headerSafeChars() {
-    static const KtDelimiterSet set(
-        "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789-_.!~*'()[]/?:+$");
-    return set;
-}
+constexpr KtDelimiterSet kHeaderSafeChars(
+    "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789-_.!~*'()[]/?:+$");
 
 // Writes `text` to `out` with the escaping of the header part: ";" and "=" as %3B and %3D,
-// every byte outside headerSafeChars as "%" and two hexadecimal digits.
+// every byte outside kHeaderSafeChars as "%" and two hexadecimal digits.
 void writeEscaped(KtOutputStream& out, const KtString& text) {
     const char* p = text.c_str();
     const unsigned n = text.length();
     unsigned start = 0;
     for (unsigned i = 0; i < n; ++i) {
         const unsigned char c = static_cast<unsigned char>(p[i]);
-        if (headerSafeChars().contains(c)) continue;
+        if (kHeaderSafeChars.contains(c)) continue;
         out.write(p + start, i - start);
         if (c == ';') {
             out.write("%3B", 3);
@@ -257,7 +239,7 @@ void KtSipURL::parse(KtInputStream& in) {
         in.advance(4);
         m_Scheme = sToken;
     } else {
-        if (!KtSipLexer::sTakeWhile(in, schemeChars(), buffer, b, e)) {
+        if (!KtSipLexer::sTakeWhile(in, kSchemeChars, buffer, b, e)) {
             in.skip(kBufferSize - buffer.length());
             KtSipParseError::sThrow(kOverflow);
         }
@@ -274,7 +256,7 @@ void KtSipURL::parse(KtInputStream& in) {
     // the user info would start and goes back there when there is none. A byte refused
     // inside it is refused with the stream just past that byte.
     in.mark(kBufferSize);
-    const KtDelimiterSet& userStops = bracketed ? userStopsInBrackets() : userStopsBare();
+    const KtDelimiterSet& userStops = bracketed ? kUserStopsInBrackets : kUserStopsBare;
     if (KtSipLexer::sTakeUntil(in, userStops, buffer, b, e) && in.peek() == '@') {
         if (b == e) {
             in.reset();
@@ -313,14 +295,14 @@ void KtSipURL::parse(KtInputStream& in) {
             const int c = in.read();
             if (c == ']') break;
             if (KtSipLexer::sIsWhiteOrEnd(c) || c == '>') KtSipParseError::sThrow(kWrongFormat);
-            if (!ipv6Chars().contains(static_cast<unsigned char>(c))) KtSipParseError::sThrow(kIllegal);
+            if (!kIpv6Chars.contains(static_cast<unsigned char>(c))) KtSipParseError::sThrow(kIllegal);
             reference.put(c);
         }
         reference.put(']');
         if (reference.length() == 2) KtSipParseError::sThrow(kWrongFormat);
         m_Host = reference.str();
     } else {
-        if (!KtSipLexer::sTakeWhile(in, hostChars(), buffer, b, e)) KtSipParseError::sThrow(kOverflow);
+        if (!KtSipLexer::sTakeWhile(in, kHostChars, buffer, b, e)) KtSipParseError::sThrow(kOverflow);
         if (b == e) {
             const int c = in.peek();
             KtSipParseError::sThrow(KtSipLexer::sIsWhiteOrEnd(c) || c == '>' || c == ';' || c == '?' || c == ',' ||
