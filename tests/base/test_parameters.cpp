@@ -105,20 +105,17 @@ TEST(KtParameters, ReadsPairsWhereverTheWindowEnds) {
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.text.substr(0, 40));
-        for (const bool trickling : {false, true}) {
+        kttest::readWholeAndTrickled(row.text, [&](KtInputStream& in, const char* how) {
             KtHandle<KtParameters> list(new KtParameters(row.separator));
-            KtByteArrayInputStream whole = kttest::streamOf(row.text);
-            TricklingStream slow(row.text);
-            KtInputStream& in = trickling ? static_cast<KtInputStream&>(slow) : whole;
             const std::string error = kttest::thrown([&] { list->parse(in); });
-            EXPECT_EQ(row.list, error.empty() ? text(*list) : "error " + error) << (trickling ? "trickling" : "whole");
-            EXPECT_EQ(row.rest, drain(in)) << (trickling ? "trickling" : "whole");
+            EXPECT_EQ(row.list, error.empty() ? text(*list) : "error " + error) << how;
+            EXPECT_EQ(row.rest, drain(in)) << how;
             KtByteArrayOutputStream led;  // the form that follows a URI or a header value
             list->serializeWithLead(led, ';');
             if (error.empty()) {
                 EXPECT_EQ(row.list.empty() ? "" : ";" + row.list, std::string(led.data(), led.size()));
             }
-        }
+        });
     }
 }
 

@@ -83,12 +83,10 @@ TEST(KtStreamTokenizer, LinesSkipLeadingBlanksAndDropTheLineEnd) {
     };
     for (const auto& r : lines) {
         SCOPED_TRACE(r.input);
-        KtByteArrayInputStream whole = streamOf(r.input);
-        kttest::TricklingStream slow(r.input);
-        EXPECT_EQ(std::string(r.line), KtStreamTokenizer::sGetLine(whole).c_str());
-        EXPECT_EQ(std::string(r.line), KtStreamTokenizer::sGetLine(slow).c_str());
-        EXPECT_EQ(r.next, whole.peek());
-        EXPECT_EQ(r.next, slow.peek());
+        kttest::readWholeAndTrickled(r.input, [&](KtInputStream& in, const char* how) {
+            EXPECT_EQ(std::string(r.line), KtStreamTokenizer::sGetLine(in).c_str()) << how;
+            EXPECT_EQ(r.next, in.peek()) << how;
+        });
     }
 }
 

@@ -88,6 +88,17 @@ private:
     std::string m_Text;
 };
 
+/// Calls `read(in, label)` twice over `text`: from a stream holding it whole ("whole") and
+/// from a TricklingStream ("trickled"), so that a row checks both the in-place and the
+/// gathered reading of one grammar.
+template <class Read>
+void readWholeAndTrickled(const std::string& text, Read read) {
+    KtByteArrayInputStream whole(text.data(), static_cast<unsigned>(text.size()));
+    read(static_cast<KtInputStream&>(whole), "whole");
+    TricklingStream trickled(text);
+    read(static_cast<KtInputStream&>(trickled), "trickled");
+}
+
 /// Hands out its text in windows that grow by one byte per refill and always start at the
 /// text's beginning: every reader finds its window ending right after the byte it stands on
 /// (so in-place fast paths give way to the general readers), while marks stay valid.

@@ -229,9 +229,6 @@ TEST(HeaderLine, NameIsPeekedAsItStands) {
         SCOPED_TRACE(row.name);
         const std::string text = row.line + "Next: line\r\n";
         const std::string expected = row.outcome + " | " + row.unread + "Next: line\r\n";
-        KtByteArrayInputStream whole = kttest::streamOf(text);
-        kttest::TricklingStream trickle(text);
-        EXPECT_EQ(expected, outcome(whole));
-        EXPECT_EQ(expected, outcome(trickle));
+        kttest::readWholeAndTrickled(text, [&](KtInputStream& in, const char* how) { EXPECT_EQ(expected, outcome(in)) << how; });
     }
 }
