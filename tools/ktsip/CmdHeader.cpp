@@ -6,16 +6,11 @@
 #include "KtSipHeader.h"
 
 cmd::Command cmd::addHeader(CLI::App& ktsip) {
-    struct Options {
-        bool json = false;
-        std::string line;
-    };
-    auto o = std::make_shared<Options>();
-    CLI::App* header = ktsip.add_subcommand("header", "parse one header line (a list gives a chain of headers)");
-    addJsonFlag(*header, o->json);
-    header->add_option("LINE", o->line, "the line without its line end (the tool appends CR LF)")->required();
+    CLI::App* header = nullptr;
+    auto o = addTextCommand(ktsip, header, "header", "parse one header line (a list gives a chain of headers)", "LINE",
+                            "the line without its line end (the tool appends CR LF)");
     return {header, [o] {
-                const std::string line = o->line + "\r\n";
+                const std::string line = o->text + "\r\n";
                 return cli::run(
                     o->json,
                     [&](cli::json& out, cli::ErrorCapture&) {

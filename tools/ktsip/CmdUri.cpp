@@ -26,23 +26,17 @@ std::string text(const KtString& s) { return cli::latin1(s.c_str(), s.length());
 }  // namespace
 
 cmd::Command cmd::addUri(CLI::App& ktsip) {
-    struct Options {
-        bool json = false;
-        bool bracket = false;
-        std::string text;
-    };
-    auto o = std::make_shared<Options>();
-    CLI::App* uri = ktsip.add_subcommand("uri", "parse a URI (sip:, tel: or any other scheme)");
-    addJsonFlag(*uri, o->json);
-    uri->add_flag("--bracket", o->bracket, "read it as the URI inside angle brackets");
-    uri->add_option("TEXT", o->text, "the URI")->required();
-    return {uri, [o] {
+    CLI::App* uri = nullptr;
+    auto o = addTextCommand(ktsip, uri, "uri", "parse a URI (sip:, tel: or any other scheme)", "TEXT", "the URI");
+    auto bracket = std::make_shared<bool>(false);
+    uri->add_flag("--bracket", *bracket, "read it as the URI inside angle brackets");
+    return {uri, [o, bracket] {
                 const std::string& input = o->text;
                 return cli::run(
                     o->json,
                     [&](cli::json& out, cli::ErrorCapture&) {
                         KtByteArrayInputStream in(input.data(), static_cast<unsigned>(input.size()));
-                        KtHandle<KtURI> uri = KtURI::sConstructFrom(in, o->bracket);
+                        KtHandle<KtURI> uri = KtURI::sConstructFrom(in, *bracket);
                         if (uri.isNil()) KtException::sThrow("no URI read");
                         out["ok"] = true;
                         out["class"] = cli::className(typeid(*uri));
@@ -72,14 +66,8 @@ cmd::Command cmd::addUri(CLI::App& ktsip) {
 }
 
 cmd::Command cmd::addAddress(CLI::App& ktsip) {
-    struct Options {
-        bool json = false;
-        std::string text;
-    };
-    auto o = std::make_shared<Options>();
-    CLI::App* address = ktsip.add_subcommand("address", "parse a name-address");
-    addJsonFlag(*address, o->json);
-    address->add_option("TEXT", o->text, "the name-address")->required();
+    CLI::App* address = nullptr;
+    auto o = addTextCommand(ktsip, address, "address", "parse a name-address", "TEXT", "the name-address");
     return {address, [o] {
                 const std::string& input = o->text;
                 return cli::run(

@@ -4,6 +4,8 @@
 #define KTSIP_TOOL_COMMANDS_H
 
 #include <functional>
+#include <memory>
+#include <string>
 
 #include "CliSupport.h"
 
@@ -31,6 +33,24 @@ Command addScan(CLI::App& ktsip);
 /// The --json flag every subcommand has.
 inline void addJsonFlag(CLI::App& command, bool& json) {
     command.add_flag("--json", json, "print one JSON object instead of readable lines");
+}
+
+/// The options of a subcommand that reads one text operand: --json and the text.
+struct TextOperand {
+    bool json = false;
+    std::string text;
+};
+
+/// Declares the subcommand `name` (`about`) with --json and the required operand `operand`
+/// (`operandAbout`) into `command`; the options returned are filled when the line is parsed.
+inline std::shared_ptr<TextOperand> addTextCommand(CLI::App& ktsip, CLI::App*& command, const char* name,
+                                                   const char* about, const char* operand,
+                                                   const char* operandAbout) {
+    auto o = std::make_shared<TextOperand>();
+    command = ktsip.add_subcommand(name, about);
+    addJsonFlag(*command, o->json);
+    command->add_option(operand, o->text, operandAbout)->required();
+    return o;
 }
 
 /// Writes the members of the JSON description of a message (the object of `parse --json`,
