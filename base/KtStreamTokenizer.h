@@ -3,6 +3,7 @@
 #define KTSIP_KT_STREAM_TOKENIZER_H
 
 #include "KtInputStream.h"
+#include "KtScanner.h"
 #include "KtString.h"
 
 /// Static readers of tokens, lines, quoted strings and numbers.
@@ -21,11 +22,8 @@ public:
     /// As sGetToken, but the stream is left where it was (its mark is not touched).
     static int sPeekToken(KtInputStream& in, const char* delimiters, char* buffer, unsigned size);
     static int sPeekToken(KtInputStream& in, const KtDelimiterSet& delimiters, char* buffer, unsigned size);
-    /// Skips spaces and tabs. Inline: the header readers call it between nearly every two
-    /// pieces of a value.
-    static void sDiscardWhite(KtInputStream& in) {
-        for (int c = in.peek(); c == ' ' || c == '\t'; c = in.peek()) in.advance(1);
-    }
+    /// Skips spaces and tabs (KtScanner::sSkipBlanks, under the name the readers have used).
+    static void sDiscardWhite(KtInputStream& in) { KtScanner::sSkipBlanks(in); }
     /// Skips up to and including the next LF (or to the end of the input).
     static void sDiscardLine(KtInputStream& in);
     /// The rest of the line without its line end (LF or CR LF), spaces and tabs in front
